@@ -1,0 +1,29 @@
+// Helpers shared by the test programs: where the sample Capture files are, and scratch folders.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace orcadx::test {
+
+inline std::filesystem::path CorpusDir() { return std::filesystem::path(ORCADX_CORPUS_DIR); }
+
+inline bool HaveCorpus() { return std::filesystem::is_directory(CorpusDir()); }
+
+// Every file below the corpus whose extension (any case) is one of `exts` (".dsn", ".olb", ...),
+// sorted by path.
+std::vector<std::filesystem::path> CorpusFiles(const std::vector<std::string>& exts);
+
+// A fresh, empty folder for one test, below the build tree.
+std::filesystem::path ScratchDir(const std::string& name);
+
+}  // namespace orcadx::test
+
+#define ORCADX_REQUIRE_CORPUS()                                                          \
+    do {                                                                                 \
+        if (!::orcadx::test::HaveCorpus())                                               \
+            GTEST_SKIP() << "sample files not found at " << ::orcadx::test::CorpusDir(); \
+    } while (0)
