@@ -1,0 +1,42 @@
+// The part of a design that every record sees: its version, its library record and its path.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "dbo/DboFileIO.h"
+#include "dbo/DboLib.h"
+
+namespace orcadx::dbo {
+
+// The library path that new records carry.
+extern const char kDefaultLibPath[];
+
+class TDboBaseDesign {
+public:
+    TDboBaseDesign();
+    virtual ~TDboBaseDesign();
+    TDboBaseDesign(const TDboBaseDesign&) = delete;
+    TDboBaseDesign& operator=(const TDboBaseDesign&) = delete;
+
+    std::string FileName;
+    std::unique_ptr<TDboIStorage> Storage;
+    std::unique_ptr<TDboLib> Lib;
+    uint32_t Version = kVersion1_1;
+
+    virtual void GetLibPath(std::string& path) const;
+    virtual bool Load(bool headerOnly);
+    virtual void Save();
+    virtual bool IsValid() const;
+
+    std::string LibPath() const {
+        std::string p;
+        GetLibPath(p);
+        return p;
+    }
+    int AddString(const std::string& text) { return Lib->AddString(text); }
+    std::string GetString(int index) const { return Lib->GetString(index); }
+};
+
+}  // namespace orcadx::dbo

@@ -1,0 +1,350 @@
+#include "dbo/DboFileIO.h"
+
+#include <fmt/format.h>
+
+#include <cstring>
+
+#include "platform/CodePage.h"
+
+namespace orcadx::dbo {
+
+using platform::CfbStorage;
+using platform::CfbStream;
+
+const uint8_t kExtraDataMask[4] = {0xFF, 0xE4, 0x5C, 0x39};
+const uint8_t kEndBlockMask[8] = {0xFF, 0xE4, 0x5C, 0x39, 0x00, 0x00, 0x00, 0x00};
+
+namespace {
+
+constexpr uint32_t kModeRead = platform::kSTGM_SHARE_EXCLUSIVE;
+constexpr uint32_t kModeCreate = platform::kSTGM_CREATE | platform::kSTGM_READWRITE | platform::kSTGM_SHARE_EXCLUSIVE;
+
+// Code points of a UTF-8 string.
+std::vector<std::string> SplitChars(const std::string& s) {
+    std::vector<std::string> out;
+    for (size_t i = 0; i < s.size();) {
+        unsigned char c = s[i];
+        size_t len = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 1;
+        if (i + len > s.size()) len = 1;
+        out.push_back(s.substr(i, len));
+        i += len;
+    }
+    return out;
+}
+
+std::string FirstChars(const std::vector<std::string>& chars, size_t n) {
+    std::string out;
+    for (size_t i = 0; i < chars.size() && i < n; ++i) out += chars[i];
+    return out;
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------------
+// TDboIStream
+
+TDboIStream::TDboIStream(std::unique_ptr<CfbStream> stream) : stream_(std::move(stream)) {}
+TDboIStream::~TDboIStream() = default;
+
+std::string TDboIStream::GetName() const { return stream_->Name(); }
+uint64_t TDboIStream::Position() const { return stream_->Position(); }
+uint64_t TDboIStream::Size() const { return stream_->Size(); }
+uint64_t TDboIStream::Remaining() const {
+    uint64_t pos = stream_->Position(), size = stream_->Size();
+    return pos < size ? size - pos : 0;
+}
+
+void TDboIStream::ReadError(uint64_t position, uint64_t wanted) const {
+    throw EDboFileIO(fmt::format("Reading stream: {} {:08X}({})", GetName(), position, wanted));
+}
+
+int TDboIStream::CheckedRead(void* buffer, uint32_t count) {
+    uint64_t pos = stream_->Position();
+    uint32_t read = 0;
+    platform::HResult hr = stream_->Read(buffer, count, &read);
+    if (read != count || hr != platform::kS_OK) ReadError(pos, count);
+    return 0;
+}
+
+int TDboIStream::ReadByte(std::string_view, uint8_t& value) { return CheckedRead(&value, 1); }
+
+int TDboIStream::ReadWord(std::string_view, uint16_t& value) {
+    uint8_t b[2];
+    CheckedRead(b, 2);
+    value = static_cast<uint16_t>(b[0] | (b[1] << 8));
+    return 0;
+}
+
+int TDboIStream::ReadWord(std::string_view name, int16_t& value) {
+    uint16_t v;
+    ReadWord(name, v);
+    value = static_cast<int16_t>(v);
+    return 0;
+}
+
+int TDboIStream::ReadInt(std::string_view, int32_t& value) {
+    uint8_t b[4];
+    CheckedRead(b, 4);
+    value = static_cast<int32_t>(uint32_t(b[0]) | (uint32_t(b[1]) << 8) | (uint32_t(b[2]) << 16) | (uint32_t(b[3]) << 24));
+    return 0;
+}
+
+int TDboIStream::ReadInt(std::string_view name, uint32_t& value) {
+    int32_t v;
+    ReadInt(name, v);
+    value = static_cast<uint32_t>(v);
+    return 0;
+}
+
+int TDboIStream::ReadInt64(std::string_view, int64_t& value) {
+    uint8_t b[8];
+    CheckedRead(b, 8);
+    uint64_t v = 0;
+    for (int i = 7; i >= 0; --i) v = (v << 8) | b[i];
+    value = static_cast<int64_t>(v);
+    return 0;
+}
+
+int TDboIStream::ReadStr(std::string_view name, std::string& value) {
+    uint16_t len;
+    ReadWord(name, len);
+    std::string raw(len, '\0');
+    if (len) CheckedRead(raw.data(), len);
+    uint8_t terminator;
+    CheckedRead(&terminator, 1);
+    value = platform::AnsiToUtf8(raw);
+    return 0;
+}
+
+int TDboIStream::ReadData(std::string_view, void* buffer, uint32_t size) {
+    if (size == 0) return 0;
+    return CheckedRead(buffer, size);
+}
+
+int TDboIStream::ReadData(std::string_view name, std::vector<uint8_t>& out, uint64_t size) {
+    if (size > Remaining()) ReadError(Position(), size);
+    out.resize(static_cast<size_t>(size));
+    return ReadData(name, out.data(), static_cast<uint32_t>(size));
+}
+
+int TDboIStream::Write(const void* buffer, uint32_t count) {
+    uint32_t written = 0;
+    stream_->Write(buffer, count, &written);
+    return static_cast<int>(written);
+}
+
+int TDboIStream::WriteByte(std::string_view, uint8_t value) { return Write(&value, 1); }
+
+int TDboIStream::WriteWord(std::string_view, uint16_t value) {
+    uint8_t b[2] = {static_cast<uint8_t>(value), static_cast<uint8_t>(value >> 8)};
+    return Write(b, 2);
+}
+
+int TDboIStream::WriteInt(std::string_view, int32_t value) {
+    uint32_t v = static_cast<uint32_t>(value);
+    uint8_t b[4] = {static_cast<uint8_t>(v), static_cast<uint8_t>(v >> 8), static_cast<uint8_t>(v >> 16),
+                    static_cast<uint8_t>(v >> 24)};
+    return Write(b, 4);
+}
+
+int TDboIStream::WriteInt64(std::string_view, int64_t value) {
+    uint64_t v = static_cast<uint64_t>(value);
+    uint8_t b[8];
+    for (int i = 0; i < 8; ++i) b[i] = static_cast<uint8_t>(v >> (8 * i));
+    return Write(b, 8);
+}
+
+int TDboIStream::WriteStr(std::string_view name, const std::string& value) {
+    std::string raw = platform::Utf8ToAnsi(value);
+    if (raw.size() > 0xFFFF) raw.resize(0xFFFF);
+    int n = WriteWord(name, static_cast<uint16_t>(raw.size()));
+    if (!raw.empty()) n += Write(raw.data(), static_cast<uint32_t>(raw.size()));
+    return n + WriteByte(name, 0);
+}
+
+int TDboIStream::WriteData(std::string_view, const void* buffer, uint32_t size) {
+    if (size == 0) return 0;
+    return Write(buffer, size);
+}
+
+int TDboIStream::WriteData(std::string_view name, const std::vector<uint8_t>& data) {
+    return WriteData(name, data.data(), static_cast<uint32_t>(data.size()));
+}
+
+uint8_t TDboIStream::LookAhead() {
+    uint8_t b;
+    CheckedRead(&b, 1);
+    stream_->Seek(-1, platform::SeekOrigin::Current, nullptr);
+    return b;
+}
+
+bool TDboIStream::TrySkipNext(std::string_view, const uint8_t* pattern, int highIndex, bool& found) {
+    uint32_t count = static_cast<uint32_t>(highIndex + 1);
+    std::vector<uint8_t> buf(count);
+    uint32_t read = 0;
+    stream_->Read(buf.data(), count, &read);
+    found = read == count && std::memcmp(buf.data(), pattern, count) == 0;
+    if (!found && read) stream_->Seek(-static_cast<int64_t>(read), platform::SeekOrigin::Current, nullptr);
+    return found;
+}
+
+bool TDboIStream::TrySkipNext(std::string_view name, const uint8_t* pattern, int highIndex) {
+    bool found;
+    return TrySkipNext(name, pattern, highIndex, found);
+}
+
+void TDboIStream::SkipTo(std::string_view, const uint8_t* pattern, int highIndex) {
+    int match = 0;
+    while (match <= highIndex) {
+        uint8_t b;
+        CheckedRead(&b, 1);
+        match = b == pattern[match] ? match + 1 : 0;
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// TDboIStorage
+
+TDboIStorage::TDboIStorage(std::unique_ptr<CfbStorage> storage) : storage_(std::move(storage)) {}
+TDboIStorage::~TDboIStorage() = default;
+
+std::string TDboIStorage::GetName() const { return storage_->Name(); }
+
+void TDboIStorage::OpenStorageSafe(const std::string& name, std::unique_ptr<TDboIStorage>& out) {
+    std::unique_ptr<CfbStorage> s;
+    platform::HResult hr = storage_->OpenStorage(EscapeStorageName(name), kModeRead, &s);
+    if (hr != platform::kS_OK) throw EDboFileIO("Invalid storage(" + name + ")!\r\n" + StorageErrorText(hr));
+    out = std::make_unique<TDboIStorage>(std::move(s));
+}
+
+void TDboIStorage::OpenStreamSafe(const std::string& name, std::unique_ptr<TDboIStream>& out) {
+    std::unique_ptr<CfbStream> s;
+    platform::HResult hr = storage_->OpenStream(EscapeStorageName(name), kModeRead, &s);
+    if (hr != platform::kS_OK) throw EDboFileIO("Invalid stream: " + name + "\r\n" + StorageErrorText(hr));
+    out = std::make_unique<TDboIStream>(std::move(s));
+}
+
+void TDboIStorage::CreateStorageSafe(const std::string& name, std::unique_ptr<TDboIStorage>& out) {
+    std::unique_ptr<CfbStorage> s;
+    platform::HResult hr = storage_->CreateStorage(EscapeStorageName(name), kModeCreate, &s);
+    if (hr != platform::kS_OK) throw EDboFileIO("Invalid storage(" + name + ")!\r\n" + StorageErrorText(hr));
+    out = std::make_unique<TDboIStorage>(std::move(s));
+}
+
+void TDboIStorage::CreateStorageSafe(const std::string& name) {
+    std::unique_ptr<TDboIStorage> s;
+    CreateStorageSafe(name, s);
+}
+
+void TDboIStorage::CreateStreamSafe(const std::string& name, std::unique_ptr<TDboIStream>& out) {
+    std::string escaped = EscapeStorageName(name);
+    if (SplitChars(escaped).size() > platform::kMaxNameLength)
+        throw Exception("Can't create the Stream with Name length more than 31:\r\n" + name);
+    std::unique_ptr<CfbStream> s;
+    platform::HResult hr = storage_->CreateStream(escaped, kModeCreate, &s);
+    if (hr != platform::kS_OK) throw EDboFileIO("Invalid stream: " + name + "\r\n" + StorageErrorText(hr));
+    out = std::make_unique<TDboIStream>(std::move(s));
+}
+
+void TDboIStorage::CreateStreamSafe(const std::string& name) {
+    std::unique_ptr<TDboIStream> s;
+    CreateStreamSafe(name, s);
+}
+
+bool TDboIStorage::ExistStream(const std::string& name) {
+    std::unique_ptr<CfbStream> s;
+    return storage_->OpenStream(EscapeStorageName(name), kModeRead, &s) == platform::kS_OK;
+}
+
+bool TDboIStorage::ExistStorage(const std::string& name) {
+    std::unique_ptr<CfbStorage> s;
+    return storage_->OpenStorage(EscapeStorageName(name), kModeRead, &s) == platform::kS_OK;
+}
+
+void TDboIStorage::Close() {
+    platform::HResult hr = storage_->Close();
+    if (hr != platform::kS_OK) throw EDboFileIO("Error writing storage\r\n" + StorageErrorText(hr));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Free functions
+
+std::string EscapeStorageName(const std::string& name) {
+    std::string out = name;
+    for (char& c : out) {
+        if (c == '\\') c = '\x01';
+        else if (c == '/') c = '\x02';
+        else if (c == ':') c = '\x03';
+    }
+    return out;
+}
+
+std::string UnescapeStorageName(const std::string& name) {
+    std::string out = name;
+    for (char& c : out) {
+        if (c == '\x01') c = '\\';
+        else if (c == '\x02') c = '/';
+        else if (c == '\x03') c = ':';
+    }
+    return out;
+}
+
+void OpenRootStorage(const std::string& fileName, std::unique_ptr<TDboIStorage>& out) {
+    if (platform::IsStorageFile(fileName) != platform::kS_OK)
+        throw EDboFileIO("Error opening storage " + fileName + "\r\n" + StorageErrorText(1));
+    std::unique_ptr<CfbStorage> s;
+    platform::HResult hr = platform::OpenStorageFile(fileName, platform::kSTGM_SHARE_DENY_WRITE, &s);
+    if (hr != platform::kS_OK) throw EDboFileIO("Error opening storage " + fileName + "\r\n" + StorageErrorText(hr));
+    out = std::make_unique<TDboIStorage>(std::move(s));
+}
+
+void OpenRootStorageFromMemory(std::vector<uint8_t> bytes, const std::string& displayName,
+                               std::unique_ptr<TDboIStorage>& out) {
+    static const uint8_t sig[8] = {0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0xE1};
+    if (bytes.size() < 8 || std::memcmp(bytes.data(), sig, 8) != 0)
+        throw EDboFileIO("Error opening storage " + displayName + "\r\n" + StorageErrorText(1));
+    std::unique_ptr<CfbStorage> s;
+    platform::HResult hr = platform::OpenStorageMemory(std::move(bytes), &s);
+    if (hr != platform::kS_OK)
+        throw EDboFileIO("Error opening storage " + displayName + "\r\n" + StorageErrorText(hr));
+    out = std::make_unique<TDboIStorage>(std::move(s));
+}
+
+void CreateRootStorage(const std::string& fileName, std::unique_ptr<TDboIStorage>& out) {
+    std::unique_ptr<CfbStorage> s;
+    platform::HResult hr = platform::CreateStorageFile(fileName, kModeCreate, &s);
+    if (hr != platform::kS_OK) throw EDboFileIO("Error creating storage " + fileName + "\r\n" + StorageErrorText(hr));
+    out = std::make_unique<TDboIStorage>(std::move(s));
+}
+
+std::string StorageErrorText(uint32_t result) {
+    switch (result) {
+        case 0x80030001: return "The specified combination of grfMode flags is not supported.";
+        case 0x80030002: return "The storage object with the specified name does not exist.";
+        case 0x80030004: return "The storage object was not created because there are too many open files.";
+        case 0x80030005: return "Insufficient permissions to open storage object.";
+        case 0x80030008: return "The storage object was not opened due to a lack of memory.";
+        case 0x80030009: return "The pointer specified for the storage object was invalid.";
+        case 0x80030057: return "One of the parameters was invalid.";
+        case 0x800300FC: return "Invalid value for pwcsName.";
+        case 0x800300FF: return "The value specified for the grfMode flag is not a valid STGM enumeration value.";
+        case 0x80030102:
+            return "The object has been invalidated by a revert operation above it in the transaction tree.";
+        case 0x00030200:
+            return "The existing stream with the specified name was replaced with a new storage object containing "
+                   "a single stream called CONTENTS. The new storage object will be added.";
+        default: return "Unknown";
+    }
+}
+
+std::string MakeUniqueStreamName(TDboIStorage& storage, const std::string& name) {
+    auto chars = SplitChars(EscapeStorageName(name));
+    std::string candidate = FirstChars(chars, platform::kMaxNameLength);
+    for (int counter = 1; storage.ExistStream(candidate); ++counter) {
+        std::string suffix = "_" + std::to_string(counter);
+        candidate = FirstChars(chars, platform::kMaxNameLength - suffix.size()) + suffix;
+    }
+    return candidate;
+}
+
+}  // namespace orcadx::dbo

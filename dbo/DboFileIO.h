@@ -1,0 +1,130 @@
+// Stream and storage access for Capture files: every byte of a file passes through TDboIStream and
+// TDboIStorage. They hold the byte order (little-endian), the text encoding (Windows-1252 in the
+// file, UTF-8 in memory), the escaping of names, the 31-character limit and the storage layer's
+// error messages.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/CompoundFile.h"
+
+namespace orcadx::dbo {
+
+// Base of every failure that travels with a message.
+class Exception : public std::runtime_error {
+public:
+    explicit Exception(const std::string& message) : std::runtime_error(message) {}
+};
+
+// A failure of the storage layer.
+class EDboFileIO : public Exception {
+public:
+    explicit EDboFileIO(const std::string& message) : Exception(message) {}
+};
+
+// Four bytes that open an extra-data block, and the eight bytes that close a block with no data.
+extern const uint8_t kExtraDataMask[4];
+extern const uint8_t kEndBlockMask[8];
+
+class TDboIStream {
+public:
+    explicit TDboIStream(std::unique_ptr<platform::CfbStream> stream);
+    ~TDboIStream();
+
+    std::string GetName() const;
+    uint64_t Position() const;
+    uint64_t Size() const;
+    // Bytes between the position and the end.
+    uint64_t Remaining() const;
+    platform::CfbStream& Platform() { return *stream_; }
+
+    int ReadByte(std::string_view name, uint8_t& value);
+    int ReadWord(std::string_view name, uint16_t& value);
+    int ReadInt(std::string_view name, int32_t& value);
+    int ReadInt64(std::string_view name, int64_t& value);
+    // Word length N, N bytes of Windows-1252 text, one terminator byte that is dropped.
+    int ReadStr(std::string_view name, std::string& value);
+    int ReadData(std::string_view name, void* buffer, uint32_t size);
+    // Reads `size` bytes into `out`; a size past the end of the stream raises before anything
+    // is allocated.
+    int ReadData(std::string_view name, std::vector<uint8_t>& out, uint64_t size);
+
+    // Signed and unsigned variants of the same primitives, for fields of either kind.
+    int ReadWord(std::string_view name, int16_t& value);
+    int ReadInt(std::string_view name, uint32_t& value);
+
+    int WriteByte(std::string_view name, uint8_t value);
+    int WriteWord(std::string_view name, uint16_t value);
+    int WriteInt(std::string_view name, int32_t value);
+    int WriteInt64(std::string_view name, int64_t value);
+    int WriteStr(std::string_view name, const std::string& value);
+    int WriteData(std::string_view name, const void* buffer, uint32_t size);
+    int WriteData(std::string_view name, const std::vector<uint8_t>& data);
+
+    // The next byte, with the position unchanged.
+    uint8_t LookAhead();
+    // Reads highIndex + 1 bytes without raising; true when all were there and equal the pattern.
+    // Otherwise the position goes back by what was read.
+    bool TrySkipNext(std::string_view name, const uint8_t* pattern, int highIndex, bool& found);
+    bool TrySkipNext(std::string_view name, const uint8_t* pattern, int highIndex);
+    // Reads single bytes until the pattern has been passed; raises at the end of the stream.
+    void SkipTo(std::string_view name, const uint8_t* pattern, int highIndex);
+
+    // Trace points only.
+    void ReadBegin(std::string_view) {}
+    void ReadEnd(std::string_view) {}
+    void WriteBegin(std::string_view) {}
+    void WriteEnd(std::string_view) {}
+
+private:
+    int CheckedRead(void* buffer, uint32_t count);
+    [[noreturn]] void ReadError(uint64_t position, uint64_t wanted) const;
+    int Write(const void* buffer, uint32_t count);
+
+    std::unique_ptr<platform::CfbStream> stream_;
+};
+
+class TDboIStorage {
+public:
+    explicit TDboIStorage(std::unique_ptr<platform::CfbStorage> storage);
+    ~TDboIStorage();
+
+    std::string GetName() const;
+    platform::CfbStorage& Platform() { return *storage_; }
+
+    void OpenStorageSafe(const std::string& name, std::unique_ptr<TDboIStorage>& out);
+    void OpenStreamSafe(const std::string& name, std::unique_ptr<TDboIStream>& out);
+    void CreateStorageSafe(const std::string& name, std::unique_ptr<TDboIStorage>& out);
+    void CreateStorageSafe(const std::string& name);
+    void CreateStreamSafe(const std::string& name, std::unique_ptr<TDboIStream>& out);
+    void CreateStreamSafe(const std::string& name);
+    bool ExistStream(const std::string& name);
+    bool ExistStorage(const std::string& name);
+
+    // A root being written is laid out as a file here; raises when that fails.
+    void Close();
+
+private:
+    std::unique_ptr<platform::CfbStorage> storage_;
+};
+
+// Backslash, slash and colon become U+0001, U+0002 and U+0003, so that a name can carry a path.
+std::string EscapeStorageName(const std::string& name);
+// The inverse, for showing names read from a file.
+std::string UnescapeStorageName(const std::string& name);
+
+void OpenRootStorage(const std::string& fileName, std::unique_ptr<TDboIStorage>& out);
+// The same over a file held in memory; `displayName` stands in messages.
+void OpenRootStorageFromMemory(std::vector<uint8_t> bytes, const std::string& displayName,
+                               std::unique_ptr<TDboIStorage>& out);
+void CreateRootStorage(const std::string& fileName, std::unique_ptr<TDboIStorage>& out);
+std::string StorageErrorText(uint32_t result);
+// A stream name made unique within `storage` and kept within 31 characters.
+std::string MakeUniqueStreamName(TDboIStorage& storage, const std::string& name);
+
+}  // namespace orcadx::dbo

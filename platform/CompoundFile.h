@@ -1,0 +1,135 @@
+// Compound files (OLE structured storage) on top of libgsf.
+//
+// A compound file is a tree of named storages (folders) and streams (byte sequences). This layer
+// gives the few operations that the database layer needs of it, with the result codes and the
+// modes of the structured-storage interfaces it stands in for:
+//  - a file opened for reading is read through libgsf; a stream's bytes are read into memory when
+//    the stream is opened, so reads and seeks never touch the file again;
+//  - a file being written is held as a tree in memory, where creating a name that already exists
+//    in a storage replaces it, and is laid out as a compound file when the root is closed.
+// Names cross this interface as UTF-8; in the file they are UTF-16. Nothing above this header and
+// CodePage.h sees libgsf.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace orcadx::platform {
+
+using HResult = uint32_t;
+
+constexpr HResult kS_OK = 0;
+constexpr HResult kS_FALSE = 1;
+constexpr HResult kSTG_E_INVALIDFUNCTION = 0x80030001;
+constexpr HResult kSTG_E_FILENOTFOUND = 0x80030002;
+constexpr HResult kSTG_E_ACCESSDENIED = 0x80030005;
+constexpr HResult kSTG_E_INSUFFICIENTMEMORY = 0x80030008;
+constexpr HResult kSTG_E_INVALIDPOINTER = 0x80030009;
+constexpr HResult kSTG_E_WRITEFAULT = 0x8003001D;
+constexpr HResult kSTG_E_READFAULT = 0x8003001E;
+constexpr HResult kSTG_E_INVALIDPARAMETER = 0x80030057;
+constexpr HResult kSTG_E_INVALIDHEADER = 0x800300FB;
+constexpr HResult kSTG_E_INVALIDNAME = 0x800300FC;
+constexpr HResult kSTG_E_INVALIDFLAG = 0x800300FF;
+
+// Access modes, with the values of the structured-storage interfaces.
+constexpr uint32_t kSTGM_READ = 0x0;
+constexpr uint32_t kSTGM_READWRITE = 0x2;
+constexpr uint32_t kSTGM_SHARE_EXCLUSIVE = 0x10;
+constexpr uint32_t kSTGM_SHARE_DENY_WRITE = 0x20;
+constexpr uint32_t kSTGM_CREATE = 0x1000;
+
+// The longest name (in UTF-16 code units) that a compound file can hold.
+constexpr size_t kMaxNameLength = 31;
+
+enum class SeekOrigin { Begin = 0, Current = 1, End = 2 };
+
+struct FileState;  // shared by every storage and stream of one open file
+struct Node;       // one storage or stream of a file being written
+
+class CfbStream {
+public:
+    ~CfbStream();
+    // A writable stream in memory, outside any file, holding `bytes`; for tests and fuzzing.
+    static std::unique_ptr<CfbStream> CreateMemory(const std::string& name, std::vector<uint8_t> bytes = {});
+    CfbStream(const CfbStream&) = delete;
+    CfbStream& operator=(const CfbStream&) = delete;
+
+    std::string Name() const;
+    uint64_t Size() const;
+    uint64_t Position() const { return pos_; }
+    // All bytes of the stream.
+    const std::vector<uint8_t>& Contents() const;
+    // Reads up to `count` bytes; `*read` gets the number read, which is smaller at the end.
+    HResult Read(void* buffer, uint32_t count, uint32_t* read);
+    // Writes at the position, growing the stream. Fails on a stream opened for reading.
+    HResult Write(const void* buffer, uint32_t count, uint32_t* written);
+    // Moves the position; a position before the start fails and leaves it where it was.
+    HResult Seek(int64_t move, SeekOrigin origin, uint64_t* newPosition);
+
+private:
+    friend class CfbStorage;
+    CfbStream() = default;
+    std::shared_ptr<FileState> file_;
+    std::string name_;
+    std::vector<uint8_t> readData_;  // contents of a stream being read
+    std::shared_ptr<Node> node_;     // contents of a stream being written
+    uint64_t pos_ = 0;
+};
+
+// What a storage holds, for listing.
+struct CfbEntry {
+    std::string name;
+    bool isStorage = false;
+    uint64_t size = 0;  // streams only
+};
+
+class CfbStorage {
+public:
+    ~CfbStorage();
+    CfbStorage(const CfbStorage&) = delete;
+    CfbStorage& operator=(const CfbStorage&) = delete;
+
+    std::string Name() const;
+    bool Writable() const;
+
+    HResult OpenStorage(const std::string& name, uint32_t mode, std::unique_ptr<CfbStorage>* out);
+    HResult OpenStream(const std::string& name, uint32_t mode, std::unique_ptr<CfbStream>* out);
+    // With kSTGM_CREATE an element of the same name (either kind) is replaced; without it, an
+    // existing name fails.
+    HResult CreateStorage(const std::string& name, uint32_t mode, std::unique_ptr<CfbStorage>* out);
+    HResult CreateStream(const std::string& name, uint32_t mode, std::unique_ptr<CfbStream>* out);
+    // The children in the file's directory order (reading) or creation order (writing).
+    std::vector<CfbEntry> List() const;
+
+    // For a root being written: lays the tree out as a compound file and closes it. Called by the
+    // destructor when not called before; later calls return the first result.
+    HResult Close();
+
+private:
+    friend HResult OpenStorageFile(const std::string&, uint32_t, std::unique_ptr<CfbStorage>*);
+    friend HResult OpenStorageMemory(std::vector<uint8_t>, std::unique_ptr<CfbStorage>*);
+    friend HResult CreateStorageFile(const std::string&, uint32_t, std::unique_ptr<CfbStorage>*);
+    CfbStorage() = default;
+    std::shared_ptr<FileState> file_;
+    void* infile_ = nullptr;  // GsfInfile* of a storage being read (reference held)
+    std::shared_ptr<Node> node_;
+    std::string name_;
+    bool isRoot_ = false;
+    bool closed_ = false;
+    HResult closeResult_ = kS_OK;
+};
+
+// kS_OK when the file begins with the compound-file signature, kS_FALSE when it doesn't,
+// kSTG_E_FILENOTFOUND when it can't be opened.
+HResult IsStorageFile(const std::string& fileName);
+// Opens a compound file read-only.
+HResult OpenStorageFile(const std::string& fileName, uint32_t mode, std::unique_ptr<CfbStorage>* out);
+// Opens a compound file held in memory, read-only.
+HResult OpenStorageMemory(std::vector<uint8_t> bytes, std::unique_ptr<CfbStorage>* out);
+// Creates (replacing) a compound file; it is written when the returned root is closed.
+HResult CreateStorageFile(const std::string& fileName, uint32_t mode, std::unique_ptr<CfbStorage>* out);
+
+}  // namespace orcadx::platform
