@@ -239,7 +239,6 @@ public:
 
     int Load(TDboIStream& stream) override;
     int Save(TDboIStream& stream) override;
-    void WriteAscii(TAsciiWriter& writer) override;
 
     // Views of the first package, 0 without a package.
     int ViewCount() const;

@@ -1,0 +1,424 @@
+#include "dbo/DboCacheObjects.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "dbo/AsciiWriter.h"
+#include "dbo/DboBaseDesign.h"
+
+namespace orcadx::dbo {
+
+// ---------------------------------------------------------------------------------------------
+// TDboCacheElement
+
+void TDboCacheElement::Initialize() {
+    TDboObject::Initialize();
+    LibPath = Design ? Design->LibPath() : std::string();
+    DateCreated = 0;
+    DateModified = 0;
+    UnknownB = 0;
+}
+
+int TDboCacheElement::Load(TDboIStream& stream) {
+    stream.ReadStr("LibPath", LibPath);
+    stream.ReadInt("DateCreated", DateCreated);
+    stream.ReadInt("DateModified", DateModified);
+    stream.ReadByte("ID", ID);
+    stream.ReadByte("UnknownB", UnknownB);
+    LoadObject(stream);
+    return 0;
+}
+
+int TDboCacheElement::Save(TDboIStream& stream) {
+    stream.WriteStr("LibPath", LibPath);
+    stream.WriteInt("DateCreated", DateCreated);
+    stream.WriteInt("DateModified", DateModified);
+    stream.WriteByte("ID", ID);
+    stream.WriteByte("UnknownB", UnknownB);
+    SaveObject(stream);
+    return 0;
+}
+
+void TDboCacheElement::SaveObject(TDboIStream& stream) {
+    TDboStorableObject* object = Object();
+    // An element whose object was taken would leave a record without its body.
+    if (!object) throw Exception(fmt::format("{} of \"{}\" has no object to save", ClassName(), LibPath));
+    object->Save(stream);
+}
+
+void TDboCacheElement::WriteAscii(TAsciiWriter& writer) {
+    writer.WriteLine(fmt::format("<lib_path>{}</lib_path>", LibPath));
+}
+
+namespace {
+
+// Writes the element's line, then the object between `tag` lines, one level in.
+void WriteElementObject(TAsciiWriter& writer, TDboStorableObject* object, const char* tag) {
+    writer.WriteLine(fmt::format("<{}>", tag));
+    writer.IncrementTab();
+    if (object) object->WriteAscii(writer);
+    writer.DecrementTab();
+    writer.WriteLine(fmt::format("</{}>", tag));
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------------
+// Element kinds
+
+TDboCacheSymbol::TDboCacheSymbol(TDboBaseDesign* design)
+    : TDboCacheElement(design), Symbol(Make<TDboLibSymbol>(design)) {}
+
+TDboCacheSymbol::TDboCacheSymbol(TDboBaseDesign* design, std::unique_ptr<TDboLibSymbol> symbol)
+    : TDboCacheElement(design), Symbol(std::move(symbol)) {}
+
+std::unique_ptr<TDboCacheSymbol> TDboCacheSymbol::CreateSpecific(TDboBaseDesign* design,
+                                                                 std::unique_ptr<TDboLibSymbol> symbol) {
+    return Make<TDboCacheSymbol>(design, std::move(symbol));
+}
+
+void TDboCacheSymbol::Initialize() {
+    TDboCacheElement::Initialize();
+    AdoptObject();
+}
+
+void TDboCacheSymbol::AdoptObject() {
+    if (!Symbol) return;
+    Symbol->LibPathStr = LibPath;
+    ID = Symbol->ID;
+}
+
+void TDboCacheSymbol::LoadObject(TDboIStream& stream) {
+    // The element's ID names the symbol's kind; a code of no known kind keeps the plain symbol,
+    // whose own frame then gives its ID.
+    std::unique_ptr<TDboLibSymbol> symbol = CreateSymbol(Design, ID);
+    Symbol = symbol ? std::move(symbol) : Make<TDboLibSymbol>(Design);
+    Symbol->Load(stream);
+}
+
+void TDboCacheSymbol::WriteAscii(TAsciiWriter& writer) {
+    TDboCacheElement::WriteAscii(writer);
+    WriteElementObject(writer, Symbol.get(), "symbol");
+}
+
+TDboCacheView::TDboCacheView(TDboBaseDesign* design) : TDboCacheElement(design), View(Make<TDboLibView>(design)) {}
+
+TDboCacheView::TDboCacheView(TDboBaseDesign* design, std::unique_ptr<TDboLibView> view)
+    : TDboCacheElement(design), View(std::move(view)) {}
+
+std::unique_ptr<TDboCacheView> TDboCacheView::CreateSpecific(TDboBaseDesign* design,
+                                                             std::unique_ptr<TDboLibView> view) {
+    return Make<TDboCacheView>(design, std::move(view));
+}
+
+void TDboCacheView::Initialize() {
+    TDboCacheElement::Initialize();
+    AdoptObject();
+}
+
+void TDboCacheView::AdoptObject() {
+    if (!View) return;
+    View->LibPathStr = LibPath;
+    ID = View->ID;
+}
+
+void TDboCacheView::LoadObject(TDboIStream& stream) {
+    if (!View) View = Make<TDboLibView>(Design);
+    View->Load(stream);
+}
+
+void TDboCacheView::WriteAscii(TAsciiWriter& writer) {
+    TDboCacheElement::WriteAscii(writer);
+    WriteElementObject(writer, View.get(), "view");
+}
+
+TDboCachePackage::TDboCachePackage(TDboBaseDesign* design)
+    : TDboCacheElement(design), Package(Make<TDboLibPackage>(design)) {}
+
+TDboCachePackage::TDboCachePackage(TDboBaseDesign* design, std::unique_ptr<TDboLibPackage> package)
+    : TDboCacheElement(design), Package(std::move(package)) {}
+
+std::unique_ptr<TDboCachePackage> TDboCachePackage::CreateSpecific(TDboBaseDesign* design,
+                                                                   std::unique_ptr<TDboLibPackage> package) {
+    return Make<TDboCachePackage>(design, std::move(package));
+}
+
+void TDboCachePackage::Initialize() {
+    TDboCacheElement::Initialize();
+    AdoptObject();
+}
+
+void TDboCachePackage::AdoptObject() {
+    if (!Package) return;
+    Package->LibPath = LibPath;
+    ID = Package->ID;
+}
+
+void TDboCachePackage::LoadObject(TDboIStream& stream) {
+    if (!Package) Package = Make<TDboLibPackage>(Design);
+    Package->HasViews = false;
+    Package->Load(stream);
+}
+
+int TDboCachePackage::Save(TDboIStream& stream) {
+    if (Package) Package->HasViews = false;
+    return TDboCacheElement::Save(stream);
+}
+
+void TDboCachePackage::WriteAscii(TAsciiWriter& writer) {
+    TDboCacheElement::WriteAscii(writer);
+    WriteElementObject(writer, Package.get(), "package");
+}
+
+TDboCachePartInfo::TDboCachePartInfo(TDboBaseDesign* design)
+    : TDboCacheElement(design), PartInfo(Make<TDboLibPartInfo>(design)) {}
+
+TDboCachePartInfo::TDboCachePartInfo(TDboBaseDesign* design, std::unique_ptr<TDboLibPartInfo> partInfo)
+    : TDboCacheElement(design), PartInfo(std::move(partInfo)) {}
+
+std::unique_ptr<TDboCachePartInfo> TDboCachePartInfo::CreateSpecific(TDboBaseDesign* design,
+                                                                     std::unique_ptr<TDboLibPartInfo> partInfo) {
+    return Make<TDboCachePartInfo>(design, std::move(partInfo));
+}
+
+void TDboCachePartInfo::Initialize() {
+    TDboCacheElement::Initialize();
+    AdoptObject();
+}
+
+void TDboCachePartInfo::AdoptObject() {
+    if (!PartInfo) return;
+    PartInfo->LibPath = LibPath;
+    ID = PartInfo->ID;
+}
+
+void TDboCachePartInfo::LoadObject(TDboIStream& stream) {
+    if (!PartInfo) PartInfo = Make<TDboLibPartInfo>(Design);
+    PartInfo->Load(stream);
+}
+
+void TDboCachePartInfo::WriteAscii(TAsciiWriter& writer) {
+    TDboCacheElement::WriteAscii(writer);
+    WriteElementObject(writer, PartInfo.get(), "part_info");
+}
+
+// ---------------------------------------------------------------------------------------------
+// Items and lists
+
+int TDboCacheItem::Load(TDboIStream& stream) {
+    stream.ReadStr("Name", Name);
+    Elements.Load(stream);
+    return 0;
+}
+
+int TDboCacheItem::Save(TDboIStream& stream) {
+    stream.WriteStr("Name", Name);
+    Elements.Save(stream);
+    return 0;
+}
+
+void TDboCacheItem::WriteAscii(TAsciiWriter& writer) {
+    writer.WriteLine(fmt::format("<name>{}</name>", Name));
+    writer.WriteLine(fmt::format("<duplicates count=\"{}\">", Elements.Count()));
+    writer.IncrementTab();
+    for (int i = 0; i < Elements.Count(); ++i) {
+        writer.WriteLine(fmt::format("<item i=\"{}\">", i));
+        writer.IncrementTab();
+        if (TDboStorableObject* element = Elements.GetItems(i)) element->WriteAscii(writer);
+        writer.DecrementTab();
+        writer.WriteLine("</item>");
+    }
+    writer.DecrementTab();
+    writer.WriteLine("</duplicates>");
+}
+
+TDboCacheElement* TDboCacheItem::FindCacheElement(const std::string& libPath) const {
+    for (int i = 0; i < Elements.Count(); ++i) {
+        TDboCacheElement* element = GetElements(i);
+        if (element && element->LibPath == libPath) return element;
+    }
+    return nullptr;
+}
+
+std::unique_ptr<TDboStorableObject> TDboCacheItemList::ConstructObject(TDboIStream&) {
+    return Make<TDboCacheItem>(Design, *ElementClass);
+}
+
+void TDboCacheItemList::SortByName() {
+    Sort([](const TDboStorableObject* a, const TDboStorableObject* b) {
+        if (!a || !b) return a != nullptr && b == nullptr;
+        return CompareTextNoCase(static_cast<const TDboCacheItem*>(a)->Name,
+                                 static_cast<const TDboCacheItem*>(b)->Name) < 0;
+    });
+}
+
+TDboCacheItem* TDboCacheItemList::AddItem(const std::string& name, std::unique_ptr<TDboCacheElement> element) {
+    auto item = Make<TDboCacheItem>(Design, *ElementClass);
+    item->Name = name;
+    item->Elements.Add(std::move(element));
+    TDboCacheItem* raw = item.get();
+    Add(std::move(item));
+    return raw;
+}
+
+// ---------------------------------------------------------------------------------------------
+// TDboCache
+
+TDboCache::TDboCache(TDboBaseDesign* design)
+    : TDboStorableObject(design), CacheSymbols(design), CacheViews(design), CachePackages(design),
+      CachePartInfos(design) {}
+
+int TDboCache::Load(TDboIStream& stream) {
+    stream.ReadWord("Root", Root);
+    CacheSymbols.Load(stream);
+    CacheViews.Load(stream);
+    CacheViews.SortByName();
+    CachePackages.Load(stream);
+    CachePackages.SortByName();
+    CachePartInfos.Load(stream);
+    CachePartInfos.SortByName();
+    return 0;
+}
+
+int TDboCache::Save(TDboIStream& stream) {
+    stream.WriteWord("Root", 0);
+    CacheSymbols.Save(stream);
+    CacheViews.Save(stream);
+    CachePackages.Save(stream);
+    CachePartInfos.Save(stream);
+    return 0;
+}
+
+void TDboCache::WriteAscii(TAsciiWriter& writer) {
+    writer.WriteLine("<design_cache>");
+    writer.IncrementTab();
+    const std::pair<const char*, TDboCacheItemList*> lists[] = {
+        {"symbol_list", &CacheSymbols},
+        {"view_list", &CacheViews},
+        {"package_list", &CachePackages},
+        {"part_list", &CachePartInfos},
+    };
+    for (const auto& [tag, list] : lists) {
+        writer.WriteLine(fmt::format("<{} count=\"{}\">", tag, list->Count()));
+        list->WriteAscii(writer);
+        writer.WriteLine(fmt::format("</{}>", tag));
+    }
+    writer.DecrementTab();
+    writer.WriteLine("</design_cache>");
+}
+
+TDboCacheItem* TDboCache::FindItemByName(const std::string& name, const TDboCacheItemList& list) {
+    for (int i = 0; i < list.Count(); ++i) {
+        TDboCacheItem* item = list.GetCacheItems(i);
+        if (item && SameTextNoCase(item->Name, name)) return item;
+    }
+    return nullptr;
+}
+
+TDboCacheItem* TDboCache::FindItemByNameCaseSensitive(const std::string& name, const TDboCacheItemList& list) {
+    for (int i = 0; i < list.Count(); ++i) {
+        TDboCacheItem* item = list.GetCacheItems(i);
+        if (item && item->Name == name) return item;
+    }
+    return nullptr;
+}
+
+TDboCacheSymbol* TDboCache::AddSymbol(std::unique_ptr<TDboLibSymbol> symbol) {
+    std::string name = symbol->ViewName;
+    auto element = TDboCacheSymbol::CreateSpecific(Design, std::move(symbol));
+    element->DateCreated = element->DateModified = CurrentTime();
+    TDboCacheSymbol* raw = element.get();
+    CacheSymbols.AddItem(name, std::move(element));
+    return raw;
+}
+
+TDboCacheView* TDboCache::AddView(std::unique_ptr<TDboLibView> view) {
+    std::string name = view->ViewName;
+    auto element = TDboCacheView::CreateSpecific(Design, std::move(view));
+    element->DateCreated = element->DateModified = CurrentTime();
+    TDboCacheView* raw = element.get();
+    CacheViews.AddItem(name, std::move(element));
+    return raw;
+}
+
+TDboCachePackage* TDboCache::AddPackage(std::unique_ptr<TDboLibPackage> package) {
+    std::string name = package->Name;
+    auto element = TDboCachePackage::CreateSpecific(Design, std::move(package));
+    element->DateCreated = element->DateModified = CurrentTime();
+    TDboCachePackage* raw = element.get();
+    CachePackages.AddItem(name, std::move(element));
+    return raw;
+}
+
+TDboCachePartInfo* TDboCache::AddPartInfo(std::unique_ptr<TDboLibPartInfo> partInfo) {
+    std::string name = partInfo->CompName;
+    auto element = TDboCachePartInfo::CreateSpecific(Design, std::move(partInfo));
+    element->DateCreated = element->DateModified = CurrentTime();
+    TDboCachePartInfo* raw = element.get();
+    CachePartInfos.AddItem(name, std::move(element));
+    return raw;
+}
+
+void TDboCache::AddComponent(std::unique_ptr<TDboLibComponent> component) {
+    if (!component) return;
+    for (int i = 0; i < component->Packages.Count(); ++i) {
+        std::unique_ptr<TDboStorableObject> taken = component->Packages.SetItems(i, nullptr);
+        if (!taken) continue;
+        std::unique_ptr<TDboLibPackage> package(static_cast<TDboLibPackage*>(taken.release()));
+        TDboLibPackage* raw = package.get();
+        AddPackage(std::move(package));
+        for (int j = 0; j < raw->Views.Count(); ++j) {
+            std::unique_ptr<TDboStorableObject> view = raw->Views.SetItems(j, nullptr);
+            if (view) AddView(std::unique_ptr<TDboLibView>(static_cast<TDboLibView*>(view.release())));
+        }
+    }
+    if (component->PartInfo) AddPartInfo(std::move(component->PartInfo));
+}
+
+TDboCacheElement* TDboCache::FindElement(const std::string& name, const std::string& libPath,
+                                         const TDboCacheItemList& list) {
+    TDboCacheItem* item = FindItemByName(name, list);
+    if (!item || item->Elements.Count() == 0) item = FindItemByNameCaseSensitive(name, list);
+    if (!item || item->Elements.Count() == 0) return nullptr;
+    return item->FindCacheElement(libPath);
+}
+
+std::unique_ptr<TDboLibView> TDboCache::TakeView(const std::string& name, const std::string& libPath) {
+    auto* element = static_cast<TDboCacheView*>(FindElement(name, libPath, CacheViews));
+    return element ? std::move(element->View) : nullptr;
+}
+
+std::unique_ptr<TDboLibPackage> TDboCache::TakePackage(const std::string& name, const std::string& libPath) {
+    auto* element = static_cast<TDboCachePackage*>(FindElement(name, libPath, CachePackages));
+    if (!element || !element->Package) return nullptr;
+    std::unique_ptr<TDboLibPackage> package = std::move(element->Package);
+    package->Views.Clear();
+    for (const std::string& viewName : package->ViewNames)
+        if (auto view = TakeView(viewName, libPath)) package->Views.Add(std::move(view));
+    // Out of the cache the package carries its views in its own record again.
+    package->HasViews = true;
+    return package;
+}
+
+bool TDboCache::GetPackagesForComponent(TDboCachePartInfo& element, TDboLibComponent& component) {
+    std::vector<std::string> names;
+    if (element.PartInfo) {
+        for (int i = 0; i < element.PartInfo->Parts.Count(); ++i) {
+            const TDboLibPart* part = element.PartInfo->Parts.GetParts(i);
+            if (!part) continue;
+            bool known = std::any_of(names.begin(), names.end(),
+                                     [&](const std::string& n) { return SameTextNoCase(n, part->PkgName); });
+            if (!known) names.push_back(part->PkgName);
+        }
+    }
+    if (names.empty()) return false;
+    std::sort(names.begin(), names.end(),
+              [](const std::string& a, const std::string& b) { return CompareTextNoCase(a, b) < 0; });
+    for (const std::string& name : names)
+        if (auto package = TakePackage(name, element.LibPath)) component.Packages.Add(std::move(package));
+    return component.Packages.Count() == static_cast<int>(names.size());
+}
+
+}  // namespace orcadx::dbo
