@@ -233,10 +233,6 @@ public:
     void SetSrcLib(const std::string& path);
     const std::string& GetSymName() const { return SymName; }
     void SetSymName(const std::string& name) { SymName = name; }
-
-protected:
-    void LoadFields(TDboIStream& stream);
-    void SaveFields(TDboIStream& stream);
 };
 
 // A hierarchical port. Its size and location are normalised after loading.
