@@ -1,0 +1,52 @@
+// What every subcommand of orcadx shares: the global flags, the console objects and the translator.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+#include <string>
+
+#include "cli/Console.h"
+#include "cli/Translator.h"
+
+namespace orcadx::cli {
+
+// Thrown by a subcommand to end the program with an exit code.
+struct ExitRequest {
+    int code;
+};
+
+struct Context {
+    std::string logFile;  // --log FILE
+    bool stats = false;   // --stats
+    bool quiet = false;   // --quiet
+    bool verbose = false; // --verbose: print information messages of the log as well
+
+    std::unique_ptr<ConsoleStatus> status;
+    std::unique_ptr<LogTree> log;
+    MemoryAnalytics analytics;
+
+    // Loads the translator plug-in on first use.
+    Translator& GetTranslator();
+    // Creates the console status and a fresh log.
+    void StartRun();
+    // Prints the log tree (stderr, and --log FILE), the analytics with --stats; gives the number of
+    // errors in the log.
+    int FinishRun();
+
+private:
+    std::unique_ptr<Translator> translator_;
+};
+
+Context& GetContext();
+
+// Subcommands; each file *Command.cpp defines one of these. A missing one is left out.
+void AddValidateCommand(CLI::App& app) __attribute__((weak));
+void AddInfoCommand(CLI::App& app) __attribute__((weak));
+void AddDumpCommand(CLI::App& app) __attribute__((weak));
+void AddAnalyzeCommand(CLI::App& app) __attribute__((weak));
+void AddImportCommand(CLI::App& app) __attribute__((weak));
+void AddExportCommand(CLI::App& app) __attribute__((weak));
+void AddRenderCommand(CLI::App& app) __attribute__((weak));
+
+}  // namespace orcadx::cli

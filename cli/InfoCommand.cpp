@@ -1,0 +1,75 @@
+// orcadx info FILE: what a Capture file holds, from its library record to its pages.
+#include <fmt/format.h>
+
+#include <iostream>
+
+#include "cli/Context.h"
+#include "dbo/DboDesign.h"
+#include "dbo/DboFileIO.h"
+
+namespace orcadx::cli {
+
+namespace {
+
+struct InfoOptions {
+    std::string file;
+    int strings = 10;
+    bool pages = false;
+    bool tree = true;
+};
+
+void PrintTree(dbo::TDboIStorage& storage, int depth, std::ostream& out) {
+    for (const auto& e : storage.Platform().List()) {
+        std::string name = dbo::UnescapeStorageName(e.name);
+        std::string indent(static_cast<size_t>(depth) * 2, ' ');
+        if (e.isStorage) {
+            out << indent << name << "/\n";
+            std::unique_ptr<dbo::TDboIStorage> child;
+            storage.OpenStorageSafe(name, child);
+            PrintTree(*child, depth + 1, out);
+        } else {
+            out << indent << name << "  " << e.size << "\n";
+        }
+    }
+}
+
+int Run(const InfoOptions& opt) {
+    std::ostream& out = std::cout;
+    dbo::TDboDesign design(opt.file, nullptr, 0, nullptr);
+    try {
+        design.Load(true);
+    } catch (const std::exception& e) {
+        std::cerr << "error: " << e.what() << "\n";
+        return 1;
+    }
+    dbo::TDboLib& lib = *design.Lib;
+    out << "File:        " << opt.file << "\n";
+    out << "Identifier:  \"" << lib.IdentifierText() << "\""
+        << (lib.IsDesign() ? " (design)" : lib.IsLibrary() ? " (library)" : " (unknown)") << "\n";
+    out << fmt::format("Version:     0x{:08X}{}\n", design.Version,
+                       dbo::InVersionSet(design.Version, dbo::VersionSet::Known) ? "" : " (unknown)");
+    out << "Fonts:       " << lib.Fonts.Count() << "\n";
+    out << "Strings:     " << lib.Strings.size() << "\n";
+    for (int i = 0; i < static_cast<int>(lib.Strings.size()) && i < opt.strings; ++i)
+        out << fmt::format("  [{}] \"{}\"\n", i, lib.Strings[i]);
+    if (opt.tree) {
+        out << "Streams:\n";
+        std::unique_ptr<dbo::TDboIStorage> root;
+        dbo::OpenRootStorage(opt.file, root);
+        PrintTree(*root, 1, out);
+    }
+    return 0;
+}
+
+}  // namespace
+
+void AddInfoCommand(CLI::App& app) {
+    static InfoOptions opt;
+    auto* cmd = app.add_subcommand("info", "Show what a Capture design or library holds");
+    cmd->add_option("file", opt.file, "Capture file (.DSN, .OLB)")->required();
+    cmd->add_option("--strings", opt.strings, "How many strings of the string list to show");
+    cmd->add_flag("--no-tree", [](int64_t) { opt.tree = false; }, "Leave out the tree of storages and streams");
+    cmd->callback([] { throw ExitRequest{Run(opt)}; });
+}
+
+}  // namespace orcadx::cli

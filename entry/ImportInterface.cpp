@@ -1,0 +1,74 @@
+// The exported functions of the translator library.
+#include <string>
+
+#include "entry/FileTest.h"
+#include "entry/HostAccess.h"
+#include "entry/Parameters.h"
+#include "entry/Status.h"
+#include "entry/TranslatorApi.h"
+#include "platform/CodePage.h"
+
+using namespace orcadx;
+
+namespace {
+
+std::string Narrow(const WideChar* text) { return text ? platform::Utf16ToUtf8(text) : std::string(); }
+
+const char kNotAvailable[] = "not available in this build";
+
+}  // namespace
+
+void RegisterHost(host::IHostApplication* app) { entry::SetHostApplication(app); }
+
+bool IsValidDSN(const WideChar* FileName) { return entry::IsValidFile(Narrow(FileName), ".DSN"); }
+
+bool IsValidOLB(const WideChar* FileName) { return entry::IsValidFile(Narrow(FileName), ".OLB"); }
+
+bool AnalyzeDSN(const WideChar* FileName, host::IHandler_Status*, host::IStringList*, host::IStringList*) {
+    return IsValidDSN(FileName);
+}
+
+bool AnalyzeOLB(const WideChar* FileName, host::IHandler_Status*, host::IStringList*, host::IStringList*) {
+    return IsValidOLB(FileName);
+}
+
+void ImportDSN(const WideChar* FileName, host::IOrcadImporterOption*, host::IHandler_Status*, host::ILogSection* Log,
+               const WideChar*, host::IProject*, uint8_t*) {
+    if (!IsValidDSN(FileName)) return;
+    try {
+        entry::LogMessage(Log, host::kLogError, std::string("Design import: ") + kNotAvailable);
+    } catch (...) {
+    }
+}
+
+void ImportOLB(const WideChar* FileName, host::IOrcadImporterOption*, host::IHandler_Status*, host::ILogSection* Log,
+               const WideChar*, host::IProject*, uint8_t*) {
+    if (!IsValidOLB(FileName)) return;
+    try {
+        entry::LogMessage(Log, host::kLogError, std::string("Library import: ") + kNotAvailable);
+    } catch (...) {
+    }
+}
+
+bool ExportFileW(const WideChar*, std::u16string*) { return false; }
+
+bool OrCad71Saver(const WideChar*) { return false; }
+
+bool OrCad71Validator(const WideChar* Parameters) {
+    std::string parameters = Narrow(Parameters);
+    if (parameters.empty()) return false;
+    std::string fileName = entry::GetParameterValue(parameters, "FileName");
+    std::string fileType = entry::GetParameterValue(parameters, "FileType");
+    if (fileName.empty() || fileType.empty() || !entry::FileExists(fileName)) return false;
+    if (fileType == "DSN") return entry::HasExtension(fileName, ".DSN") && entry::HeaderTest(fileName);
+    if (fileType == "OLB") return entry::HasExtension(fileName, ".OLB") && entry::HeaderTest(fileName);
+    return false;
+}
+
+bool ExportFileFromSch(const WideChar*, int32_t, host::ISch_Document*) { return false; }
+
+bool ExportFileFromSchEx(const WideChar* FileName, int32_t Unused, host::ISch_Document* Document, int32_t) {
+    return ExportFileFromSch(FileName, Unused, Document);
+}
+
+const WideChar* GetSchExporterDescription() { return u"Orcad v7 Capture Design (*.dsn)"; }
