@@ -727,8 +727,10 @@ public:
     virtual int32_t GetFontCount() = 0;
     virtual bool GetFontSpec(int32_t fontId, FontSpec& spec) = 0;
     virtual int32_t GetFontSize(int32_t fontId) = 0;
-    // Text extent in pixels of a screen of GetScreenPixelsPerInch; false when the id is unknown.
+    // Text extent in device pixels of the host's text geometry, three pixels to the point (so that
+    // pixels / 3 * 100000 gives host units); false when the id is unknown.
     virtual bool MeasureText(int32_t fontId, const std::string& text, int32_t& width, int32_t& height) = 0;
+    // Pixels per logical inch of the screen, for turning pixel font heights into points.
     virtual int32_t GetScreenPixelsPerInch() = 0;
 };
 

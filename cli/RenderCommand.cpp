@@ -1,0 +1,33 @@
+// orcadx render DOC -o OUT: a picture of a host document. A sheet (.SchDoc) becomes one SVG file,
+// a library (.SchLib) a folder with one SVG per component.
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "cli/Context.h"
+#include "host/HostApplication.h"
+#include "host/Render.h"
+
+namespace orcadx::cli {
+
+void AddRenderCommand(CLI::App& app) {
+    auto* cmd = app.add_subcommand("render", "Draw a host sheet (.SchDoc) or library (.SchLib) as SVG");
+    auto document = std::make_shared<std::string>();
+    auto output = std::make_shared<std::string>();
+    cmd->add_option("DOC", *document, "The .SchDoc or .SchLib file")->required()->check(CLI::ExistingFile);
+    cmd->add_option("-o,--output", *output, "SVG file for a sheet, folder for a library")->required();
+    cmd->callback([document, output] {
+        host::HostApplication host;
+        try {
+            auto files = host::RenderDocumentFile(host, *document, *output);
+            if (!GetContext().quiet)
+                for (const auto& f : files) std::cout << f << "\n";
+        } catch (const std::exception& e) {
+            std::cerr << "error: " << e.what() << "\n";
+            for (const auto& message : host.ErrorBoxLog()) std::cerr << "  " << message << "\n";
+            throw ExitRequest{1};
+        }
+    });
+}
+
+}  // namespace orcadx::cli

@@ -1,0 +1,165 @@
+#include "host/DocumentFiles.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+
+#include "host/SchServer.h"
+
+namespace orcadx::host::impl {
+
+namespace {
+
+bool IsFontKey(const std::string& key) {
+    return key.size() >= 6 && key.compare(key.size() - 6, 6, "FontId") == 0;
+}
+
+// Session font ids to file indexes (from 1), in order of first use in a walk of the document.
+class FontTableWriter {
+public:
+    explicit FontTableWriter(SchServer& server) : server_(server) {}
+    int32_t IndexOf(int32_t fontId) {
+        FontSpec spec;
+        if (!server_.GetFontSpec(fontId, spec)) return 0;
+        auto it = index_.find(fontId);
+        if (it != index_.end()) return it->second;
+        fonts_.push_back(Json{{"size", spec.Size},
+                              {"rotation", spec.Rotation},
+                              {"underline", spec.Underline},
+                              {"italic", spec.Italic},
+                              {"bold", spec.Bold},
+                              {"strikeout", spec.Strikeout},
+                              {"name", spec.FontName}});
+        int32_t index = static_cast<int32_t>(fonts_.size());
+        index_[fontId] = index;
+        return index;
+    }
+    Json Table() const { return fonts_; }
+
+private:
+    SchServer& server_;
+    std::map<int32_t, int32_t> index_;
+    Json fonts_ = Json::array();
+};
+
+Json ToJson(const ObjectCore& object, FontTableWriter* fonts) {
+    Json props = object.Props();
+    if (fonts)
+        for (auto& [key, value] : props.items())
+            if (IsFontKey(key) && value.is_number_integer()) value = fonts->IndexOf(value.get<int32_t>());
+    Json out{{"kind", object.Kind()}, {"props", std::move(props)}};
+    if (!object.Children().empty()) {
+        Json children = Json::array();
+        for (const ObjectCore* child : object.Children()) children.push_back(ToJson(*child, fonts));
+        out["children"] = std::move(children);
+    }
+    return out;
+}
+
+std::unique_ptr<ObjectCore> FromJson(SchServer& server, const Json& j, const std::vector<int32_t>& fontIds,
+                                     const std::string& where) {
+    if (!j.is_object() || !j.contains("kind") || !j["kind"].is_number_integer())
+        throw EApiErr("Object without kind at " + where);
+    int32_t kind = j["kind"].get<int32_t>();
+    auto object = MakeObject(&server, kind, true);
+    if (!object) throw EApiErr("Unknown object kind " + std::to_string(kind) + " at " + where);
+    // The defaults stand for properties that the file doesn't name; the children are the file's.
+    while (!object->Children().empty()) {
+        ObjectCore* child = object->Children().back();
+        object->RemoveChild(child);
+        delete child;
+    }
+    if (j.contains("props")) {
+        if (!j["props"].is_object()) throw EApiErr("Properties are no object at " + where);
+        for (const auto& [key, value] : j["props"].items()) {
+            Json v = value;
+            if (IsFontKey(key) && v.is_number_integer()) {
+                int32_t index = v.get<int32_t>();
+                v = index >= 1 && index <= static_cast<int32_t>(fontIds.size()) ? fontIds[index - 1] : 1;
+            }
+            object->Props()[key] = std::move(v);
+        }
+    }
+    if (j.contains("children")) {
+        if (!j["children"].is_array()) throw EApiErr("Children are no list at " + where);
+        size_t i = 0;
+        for (const auto& c : j["children"]) {
+            auto child = FromJson(server, c, fontIds, where + "/" + std::to_string(i++));
+            if (child->IsDocument()) throw EApiErr("A document cannot stand inside another at " + where);
+            object->AddChild(child.release());
+        }
+    }
+    return object;
+}
+
+}  // namespace
+
+Json ObjectToJson(const ObjectCore& object) { return ToJson(object, nullptr); }
+
+std::string DocumentToText(ObjectCore& document) {
+    FontTableWriter fonts(*document.Server());
+    Json body = ToJson(document, &fonts);
+    Json file{{"format", document.Kind() == eSchLib ? kLibraryFormat : kSheetFormat},
+              {"version", kDocumentFormatVersion},
+              {"fonts", fonts.Table()},
+              {"document", std::move(body)}};
+    return file.dump(1, '\t') + "\n";
+}
+
+void WriteDocumentFile(ObjectCore& document, const std::string& path) {
+    std::string text = DocumentToText(document);
+    std::filesystem::path target(NormalizePath(path));
+    std::filesystem::path temp = target;
+    temp += ".saving";
+    {
+        std::ofstream out(temp, std::ios::binary | std::ios::trunc);
+        if (!out) throw EApiErr("Cannot write file " + target.string());
+        out << text;
+        if (!out.flush()) throw EApiErr("Cannot write file " + target.string());
+    }
+    std::error_code ec;
+    std::filesystem::rename(temp, target, ec);
+    if (ec) {
+        std::filesystem::remove(temp, ec);
+        throw EApiErr("Cannot write file " + target.string());
+    }
+}
+
+std::unique_ptr<ObjectCore> DocumentFromText(SchServer& server, const std::string& text) {
+    Json file = Json::parse(text, nullptr, false);
+    if (file.is_discarded() || !file.is_object()) throw EApiErr("Not a document: the text is no JSON object");
+    std::string format = file.value("format", "");
+    if (format != kSheetFormat && format != kLibraryFormat) throw EApiErr("Not a document: format \"" + format + "\"");
+    if (file.value("version", 0) != kDocumentFormatVersion)
+        throw EApiErr("Unsupported document version " + std::to_string(file.value("version", 0)));
+    std::vector<int32_t> fontIds;
+    if (file.contains("fonts")) {
+        if (!file["fonts"].is_array()) throw EApiErr("Font table is no list");
+        for (const auto& f : file["fonts"]) {
+            if (!f.is_object()) throw EApiErr("Font entry is no object");
+            FontSpec spec{f.value("size", 10),        f.value("rotation", 0),   f.value("underline", false),
+                          f.value("italic", false),   f.value("bold", false),   f.value("strikeout", false),
+                          f.value("name", std::string("Times New Roman"))};
+            fontIds.push_back(server.FontIdOf(spec));
+        }
+    }
+    if (!file.contains("document")) throw EApiErr("Not a document: no document object");
+    auto document = FromJson(server, file["document"], fontIds, "document");
+    int32_t expected = format == kLibraryFormat ? eSchLib : eSheet;
+    if (document->Kind() != expected) throw EApiErr("Document kind does not match its format");
+    return document;
+}
+
+std::unique_ptr<ObjectCore> ReadDocumentFile(SchServer& server, const std::string& path) {
+    std::ifstream in(NormalizePath(path), std::ios::binary);
+    if (!in) throw EApiErr("Cannot open file " + path);
+    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    try {
+        return DocumentFromText(server, text);
+    } catch (const EApiErr& e) {
+        throw EApiErr(path + ": " + e.what());
+    }
+}
+
+}  // namespace orcadx::host::impl

@@ -1,0 +1,128 @@
+// The host's schematic objects: one core per object holding its kind, its properties (a JSON object,
+// name to value) and its children, plus geometry that works on the point-valued properties.
+// The typed GetState_/SetState_ accessors of the interfaces read and write these properties.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "host/SchInterfaces.h"
+
+namespace orcadx::host::impl {
+
+using Json = nlohmann::json;
+
+class SchServer;
+
+// Property names that hold points: moved, turned and mirrored with the object.
+inline constexpr const char* kLocation = "Location";
+inline constexpr const char* kCorner = "Corner";
+inline constexpr const char* kVertices = "Vertices";
+
+class ObjectCore {
+public:
+    ObjectCore(SchServer* server, int32_t kind);
+    virtual ~ObjectCore();
+    ObjectCore(const ObjectCore&) = delete;
+    ObjectCore& operator=(const ObjectCore&) = delete;
+
+    virtual ISch_BasicContainer* Iface() = 0;
+
+    int32_t Kind() const { return kind_; }
+    SchServer* Server() const { return server_; }
+    ObjectCore* Parent() const { return parent_; }
+    const std::vector<ObjectCore*>& Children() const { return children_; }
+
+    // Takes ownership; a child of another container is moved.
+    void AddChild(ObjectCore* child);
+    void InsertChild(size_t index, ObjectCore* child);
+    // Releases ownership; false when not a direct child.
+    bool RemoveChild(ObjectCore* child);
+    // The document that holds this object (itself for a document), or null.
+    ObjectCore* Root();
+    virtual bool IsDocument() const { return false; }
+    // True when the object stands (at any depth) in a library document.
+    bool InLibrary();
+    // The component holding this object (at any depth), or null.
+    ObjectCore* OwnerComponent();
+
+    Json& Props() { return props_; }
+    const Json& Props() const { return props_; }
+    bool Has(const char* name) const { return props_.contains(name); }
+    int32_t GetInt(const char* name, int32_t def = 0) const;
+    void SetInt(const char* name, int32_t value) { props_[name] = value; }
+    bool GetBool(const char* name, bool def = false) const;
+    void SetBool(const char* name, bool value) { props_[name] = value; }
+    double GetDouble(const char* name, double def = 0.0) const;
+    void SetDouble(const char* name, double value) { props_[name] = value; }
+    std::string GetStr(const char* name, const std::string& def = {}) const;
+    void SetStr(const char* name, const std::string& value) { props_[name] = value; }
+    Coord GetCoord(const char* name) const;
+    void SetCoord(const char* name, Coord value) { props_[name] = Json::array({value.X, value.Y}); }
+    std::vector<Coord> GetVertices() const;
+    void SetVertices(const std::vector<Coord>& vertices);
+
+    // Geometry. The defaults act on Location, Corner, Vertices, Orientation and the arc angles, and
+    // then on the children.
+    virtual void Translate(int32_t dx, int32_t dy);
+    virtual void Rotate(Coord center, int32_t quarterTurns);
+    virtual void MirrorAbout(int32_t axisX);
+    virtual CoordRect Bounds();
+
+    // Sets the defaults of a new object and makes the children it always has.
+    virtual void InitNew() {}
+
+    // A copy of the object and all it holds, with new unique ids when `freshIds`.
+    std::unique_ptr<ObjectCore> Clone(bool freshIds) const;
+
+protected:
+    void RotatePoints(Coord center, int32_t quarterTurns);
+    void MirrorPoints(int32_t axisX);
+    // Rectangles keep Location as the lower left and Corner as the upper right corner.
+    void NormalizeCorners();
+
+private:
+    SchServer* server_;
+    int32_t kind_;
+    ObjectCore* parent_ = nullptr;
+    std::vector<ObjectCore*> children_;
+    Json props_ = Json::object();
+};
+
+// The core behind an interface pointer, or null for an object of another host.
+ObjectCore* CoreOf(ISch_BasicContainer* object);
+
+// A new object of the kind with its defaults (`initNew`) or bare (for loading); null for a kind the
+// host doesn't know.
+std::unique_ptr<ObjectCore> MakeObject(SchServer* server, int32_t kind, bool initNew);
+
+// Kinds the host can make.
+const std::vector<int32_t>& KnownKinds();
+
+// False for a primitive of a component on a sheet that belongs to another part or display mode
+// than the component's current one.
+bool IsShownOnSheet(ObjectCore* object);
+
+// Geometry helpers.
+Coord RotatePoint(Coord p, Coord center, int32_t quarterTurns);
+CoordRect UnionRect(const CoordRect& a, const CoordRect& b);
+bool RectsTouch(const CoordRect& a, const CoordRect& b);
+// The electrical end of a pin.
+Coord PinHotSpot(const ObjectCore& pin);
+// Location of a sheet entry from its symbol and its side and distance.
+Coord SheetEntryLocation(const ObjectCore& entry);
+// The two ends of a port's body.
+void PortEnds(const ObjectCore& port, Coord& a, Coord& b);
+// Size of text in host units for a font size in points (average glyph width).
+void TextExtent(const std::string& text, int32_t fontSize, int32_t& width, int32_t& height);
+// The text shown for a text object: "=Name" resolves to the text of the parameter Name of the
+// owner (its component or document).
+std::string DisplayString(ObjectCore& text);
+// Case-insensitive comparison of ASCII letters.
+bool SameTextIgnoringCase(const std::string& a, const std::string& b);
+
+}  // namespace orcadx::host::impl

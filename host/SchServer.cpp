@@ -1,0 +1,210 @@
+#include "host/SchServer.h"
+
+#include <algorithm>
+#include <filesystem>
+
+namespace orcadx::host::impl {
+
+namespace {
+
+constexpr int32_t Mil(int32_t mils) { return mils * 10000; }
+
+std::string Trim(const std::string& s) {
+    size_t b = s.find_first_not_of(" \t\r\n");
+    if (b == std::string::npos) return {};
+    size_t e = s.find_last_not_of(" \t\r\n");
+    return s.substr(b, e - b + 1);
+}
+
+}  // namespace
+
+UniqueIdSource::UniqueIdSource(uint32_t seed) : rng_(seed) {}
+
+std::string UniqueIdSource::Next() {
+    std::uniform_int_distribution<int> letter(0, 25);
+    for (;;) {
+        std::string id(8, 'A');
+        for (char& c : id) c = static_cast<char>('A' + letter(rng_));
+        if (used_.insert(id).second) return id;
+    }
+}
+
+const std::vector<SheetStyle>& SheetStyles() {
+    // Sizes in mils: metric sheets first, then the American sizes, then the sizes that Capture
+    // uses for its own A to E pages.
+    static const std::vector<SheetStyle> styles = {
+        {"A4", Mil(11500), Mil(7600), 4, 4, Mil(200)},
+        {"A3", Mil(15500), Mil(11100), 6, 4, Mil(200)},
+        {"A2", Mil(22300), Mil(15700), 8, 6, Mil(200)},
+        {"A1", Mil(31500), Mil(22300), 10, 8, Mil(200)},
+        {"A0", Mil(44600), Mil(31500), 16, 10, Mil(200)},
+        {"A", Mil(9500), Mil(7500), 4, 4, Mil(200)},
+        {"B", Mil(15000), Mil(9500), 6, 4, Mil(200)},
+        {"C", Mil(20000), Mil(15000), 8, 6, Mil(200)},
+        {"D", Mil(32000), Mil(20000), 12, 8, Mil(200)},
+        {"E", Mil(42000), Mil(32000), 16, 12, Mil(200)},
+        {"Letter", Mil(11000), Mil(8500), 4, 4, Mil(200)},
+        {"Legal", Mil(14000), Mil(8500), 5, 4, Mil(200)},
+        {"Tabloid", Mil(17000), Mil(11000), 6, 4, Mil(200)},
+        {"OrCAD A", Mil(9700), Mil(7200), 5, 4, Mil(100)},
+        {"OrCAD B", Mil(15200), Mil(9700), 8, 5, Mil(100)},
+        {"OrCAD C", Mil(20200), Mil(15200), 10, 8, Mil(100)},
+        {"OrCAD D", Mil(32200), Mil(20200), 16, 10, Mil(100)},
+        {"OrCAD E", Mil(42200), Mil(32200), 21, 16, Mil(100)},
+    };
+    return styles;
+}
+
+std::string NormalizePath(const std::string& path) {
+    if (path.empty()) return path;
+    std::string p = path;
+    std::replace(p.begin(), p.end(), '\\', '/');
+    std::filesystem::path fp(p);
+    if (fp.is_relative()) fp = std::filesystem::current_path() / fp;
+    return fp.lexically_normal().string();
+}
+
+SchServer::SchServer(UniqueIdSource* ids) : ids_(ids) {
+    FontSpec system;  // size 10, Times New Roman
+    fonts_.push_back(system);
+    fonts_.push_back(system);
+}
+
+SchServer::~SchServer() {
+    // Objects that nobody destroyed: free the roots, which free what they hold.
+    while (!live_.empty()) {
+        ObjectCore* any = *live_.begin();
+        while (any->Parent()) any = any->Parent();
+        delete any;
+    }
+}
+
+ISch_BasicContainer* SchServer::CreateSchObject(int32_t kind, int32_t /*mode*/) {
+    if (kind == eSheet || kind == eSchLib) return nullptr;  // documents come from the client
+    auto object = MakeObject(this, kind, true);
+    return object ? object.release()->Iface() : nullptr;
+}
+
+void SchServer::DestroySchObject(ISch_BasicContainer* object) {
+    ObjectCore* core = CoreOf(object);
+    if (!core) return;
+    if (core->IsDocument()) throw EApiErr("Documents are closed through the client");
+    if (ObjectCore* parent = core->Parent()) parent->RemoveChild(core);
+    delete core;
+}
+
+void SchServer::RegisterDocument(ObjectCore* document, const std::string& path) {
+    documents_.emplace_back(document, NormalizePath(path));
+}
+
+void SchServer::RenameDocument(ObjectCore* document, const std::string& path) {
+    for (auto& [doc, p] : documents_)
+        if (doc == document) p = NormalizePath(path);
+}
+
+void SchServer::UnregisterDocument(ObjectCore* document) {
+    std::erase_if(documents_, [&](const auto& entry) { return entry.first == document; });
+    if (current_ == document) current_ = nullptr;
+}
+
+std::string SchServer::PathOf(const ObjectCore* document) const {
+    for (const auto& [doc, p] : documents_)
+        if (doc == document) return p;
+    return {};
+}
+
+ISch_Document* SchServer::GetSchDocumentByPath(const std::string& path) {
+    std::string wanted = NormalizePath(path);
+    for (const auto& [doc, p] : documents_)
+        if (p == wanted) return dynamic_cast<ISch_Document*>(doc->Iface());
+    return nullptr;
+}
+
+ISch_Document* SchServer::GetCurrentSchDocument() {
+    return current_ ? dynamic_cast<ISch_Document*>(current_->Iface()) : nullptr;
+}
+
+ISch_Component* SchServer::LoadComponent(const std::string& name, const std::string& libraryPath) {
+    std::string wanted = Trim(name);
+    auto findIn = [&](ObjectCore* library) -> ObjectCore* {
+        for (ObjectCore* c : library->Children())
+            if (c->Kind() == eSchComponent && SameTextIgnoringCase(Trim(c->GetStr("LibReference")), wanted))
+                return c;
+        return nullptr;
+    };
+    ObjectCore* found = nullptr;
+    std::unique_ptr<ObjectCore> detached;
+    if (ISch_Document* open = GetSchDocumentByPath(libraryPath)) {
+        ObjectCore* lib = CoreOf(open);
+        if (lib->Kind() == eSchLib) found = findIn(lib);
+    } else if (LoadDetached) {
+        detached = LoadDetached(libraryPath);
+        if (detached && detached->Kind() == eSchLib) found = findIn(detached.get());
+    }
+    if (!found) return nullptr;
+    auto copy = found->Clone(true);
+    copy->SetStr("SourceLibraryName", std::filesystem::path(NormalizePath(libraryPath)).filename().string());
+    return dynamic_cast<ISch_Component*>(copy.release()->Iface());
+}
+
+int32_t SchServer::GetFontID(int32_t size, int32_t rotation, bool underline, bool italic, bool bold, bool strikeout,
+                             const std::string& fontName) {
+    FontSpec spec{size, rotation, underline, italic, bold, strikeout, fontName};
+    return FontIdOf(spec);
+}
+
+int32_t SchServer::FontIdOf(const FontSpec& spec) {
+    for (size_t i = 1; i < fonts_.size(); ++i)
+        if (fonts_[i] == spec) return static_cast<int32_t>(i);
+    fonts_.push_back(spec);
+    return static_cast<int32_t>(fonts_.size() - 1);
+}
+
+bool SchServer::GetFontSpec(int32_t fontId, FontSpec& spec) {
+    if (fontId < 1 || fontId >= GetFontCount()) return false;
+    spec = fonts_[fontId];
+    return true;
+}
+
+int32_t SchServer::GetFontSize(int32_t fontId) {
+    FontSpec spec;
+    return GetFontSpec(fontId, spec) ? spec.Size : fonts_[1].Size;
+}
+
+bool SchServer::MeasureText(int32_t fontId, const std::string& text, int32_t& width, int32_t& height) {
+    FontSpec spec;
+    if (!GetFontSpec(fontId, spec)) return false;
+    int32_t w = 0, h = 0;
+    TextExtent(text, spec.Size, w, h);
+    // Three pixels to the point of the host's text geometry.
+    width = static_cast<int32_t>(int64_t(w) * 3 / 100000);
+    height = static_cast<int32_t>(int64_t(h) * 3 / 100000);
+    return true;
+}
+
+int32_t SchServer::GetState_SheetStyleCount() { return static_cast<int32_t>(SheetStyles().size()); }
+
+namespace {
+const SheetStyle& StyleAt(int32_t style) {
+    const auto& styles = SheetStyles();
+    if (style < 0 || style >= static_cast<int32_t>(styles.size()))
+        throw EApiErr("Sheet style " + std::to_string(style) + " out of range");
+    return styles[style];
+}
+}  // namespace
+
+std::string SchServer::GetState_SheetStyleName(int32_t style) { return StyleAt(style).Name; }
+int32_t SchServer::GetState_SheetStyle_XSize(int32_t style) { return StyleAt(style).XSize; }
+int32_t SchServer::GetState_SheetStyle_YSize(int32_t style) { return StyleAt(style).YSize; }
+int32_t SchServer::GetState_SheetStyle_XZones(int32_t style) { return StyleAt(style).XZones; }
+int32_t SchServer::GetState_SheetStyle_YZones(int32_t style) { return StyleAt(style).YZones; }
+int32_t SchServer::GetState_SheetStyle_MarginWidth(int32_t style) { return StyleAt(style).Margin; }
+
+bool SchServer::GetState_BooleanPreference(const std::string& name) {
+    auto it = booleanPreferences_.find(name);
+    return it != booleanPreferences_.end() && it->second;
+}
+
+void SchServer::SetState_BooleanPreference(const std::string& name, bool value) { booleanPreferences_[name] = value; }
+
+}  // namespace orcadx::host::impl

@@ -1,0 +1,106 @@
+// The host's schematic server: object factory, font manager, preferences with the sheet styles,
+// and the register of open schematic documents.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <random>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "host/SchInterfaces.h"
+#include "host/SchObjects.h"
+
+namespace orcadx::host::impl {
+
+// Ids of eight capital letters, unique within the process that owns the source.
+class UniqueIdSource {
+public:
+    explicit UniqueIdSource(uint32_t seed);
+    std::string Next();
+
+private:
+    std::mt19937 rng_;
+    std::unordered_set<std::string> used_;
+};
+
+struct SheetStyle {
+    std::string Name;
+    int32_t XSize;   // host units
+    int32_t YSize;
+    int32_t XZones;
+    int32_t YZones;
+    int32_t Margin;
+};
+
+// The 18 sheet styles of the host, in style order.
+const std::vector<SheetStyle>& SheetStyles();
+
+class SchServer final : public ISch_ServerInterface, public ISch_FontManager, public ISch_Preferences {
+public:
+    explicit SchServer(UniqueIdSource* ids);
+    ~SchServer() override;
+
+    // ISch_ServerInterface
+    ISch_BasicContainer* CreateSchObject(int32_t kind, int32_t mode) override;
+    void DestroySchObject(ISch_BasicContainer* object) override;
+    ISch_Document* GetSchDocumentByPath(const std::string& path) override;
+    ISch_Document* GetCurrentSchDocument() override;
+    ISch_Component* LoadComponent(const std::string& name, const std::string& libraryPath) override;
+    ISch_Preferences* GetPreferences() override { return this; }
+    ISch_FontManager* GetFontManager() override { return this; }
+
+    // ISch_FontManager
+    int32_t GetFontID(int32_t size, int32_t rotation, bool underline, bool italic, bool bold, bool strikeout,
+                      const std::string& fontName) override;
+    int32_t GetFontCount() override { return static_cast<int32_t>(fonts_.size()); }
+    bool GetFontSpec(int32_t fontId, FontSpec& spec) override;
+    int32_t GetFontSize(int32_t fontId) override;
+    bool MeasureText(int32_t fontId, const std::string& text, int32_t& width, int32_t& height) override;
+    int32_t GetScreenPixelsPerInch() override { return 96; }
+    int32_t FontIdOf(const FontSpec& spec);
+
+    // ISch_Preferences
+    int32_t GetState_SheetStyleCount() override;
+    std::string GetState_SheetStyleName(int32_t style) override;
+    int32_t GetState_SheetStyle_XSize(int32_t style) override;
+    int32_t GetState_SheetStyle_YSize(int32_t style) override;
+    int32_t GetState_SheetStyle_XZones(int32_t style) override;
+    int32_t GetState_SheetStyle_YZones(int32_t style) override;
+    int32_t GetState_SheetStyle_MarginWidth(int32_t style) override;
+    bool GetState_BooleanPreference(const std::string& name) override;
+    void SetState_BooleanPreference(const std::string& name, bool value) override;
+
+    // Host side.
+    std::string NewUniqueId() { return ids_->Next(); }
+    void Register(ObjectCore* object) { live_.insert(object); }
+    void Unregister(ObjectCore* object) { live_.erase(object); }
+    size_t LiveObjectCount() const { return live_.size(); }
+
+    // Open documents, kept by the client; the server looks them up by path.
+    void RegisterDocument(ObjectCore* document, const std::string& path);
+    void RenameDocument(ObjectCore* document, const std::string& path);
+    void UnregisterDocument(ObjectCore* document);
+    std::string PathOf(const ObjectCore* document) const;
+    void SetCurrentDocument(ObjectCore* document) { current_ = document; }
+
+    // Loads a document file that is not open, for reading (library components, compile).
+    std::function<std::unique_ptr<ObjectCore>(const std::string& path)> LoadDetached;
+
+private:
+    UniqueIdSource* ids_;
+    std::vector<FontSpec> fonts_;  // index = font id; entry 0 repeats the default font
+    std::map<std::string, bool> booleanPreferences_;
+    std::unordered_set<ObjectCore*> live_;
+    std::vector<std::pair<ObjectCore*, std::string>> documents_;
+    ObjectCore* current_ = nullptr;
+};
+
+// Normal form of a path as the host compares paths: "\" becomes "/", "." and ".." are resolved,
+// and a relative path is taken against the current folder.
+std::string NormalizePath(const std::string& path);
+
+}  // namespace orcadx::host::impl
