@@ -92,9 +92,16 @@ int TDboUnknown_02::Save(TDboIStream& stream) {
 // ---------------------------------------------------------------------------------------------
 // TDboLibObject
 
+void TDboLibObject::Initialize() {
+    TDboObject::Initialize();
+    HasExtraBlock = true;
+}
+
+bool TDboLibObject::WritesExtraBlock() const { return !Embedded && HasExtraBlock; }
+
 void TDboLibObject::GetHeaderRecord(int index, int64_t& value) {
     if (index == 0) {
-        value = (Embedded ? 0 : ExtraDataSize()) + FieldsSize();
+        value = (WritesExtraBlock() ? ExtraDataSize() : 0) + FieldsSize();
         return;
     }
     if (index == 1) {
@@ -110,7 +117,11 @@ int TDboLibObject::Load(TDboIStream& stream) {
     LoadHeader(stream);
     LoadFields(stream);
     // Taken in every headered file, also behind an embedded object that another program wrote.
-    LoadExtraData(stream);
+    if (Headered()) {
+        uint64_t before = stream.Position();
+        LoadExtraData(stream);
+        HasExtraBlock = stream.Position() != before;
+    }
     return 0;
 }
 
@@ -118,7 +129,7 @@ int TDboLibObject::Save(TDboIStream& stream) {
     stream.WriteByte("ID", ID);
     SaveHeader(stream);
     SaveFields(stream);
-    if (!Embedded) SaveExtraData(stream);
+    if (WritesExtraBlock()) SaveExtraData(stream);
     return 0;
 }
 
@@ -487,12 +498,29 @@ void TDboLibIEEE::Initialize() {
 
 void TDboLibIEEE::GetHeaderRecord(int, int64_t&) { throw Exception("TDboLibIEEE.GetHeaderRecord"); }
 
+namespace {
+// IEEE symbols can hold IEEE symbols; a damaged file must not nest them deep enough to exhaust the
+// stack. Real symbols hold none.
+constexpr int kMaxIEEENesting = 32;
+int ieeeNesting = 0;
+}  // namespace
+
 int TDboLibIEEE::Load(TDboIStream& stream) {
     stream.ReadByte("ID", ID);
     LoadHeader(stream);
     stream.ReadWord("LocationX", LocationX);
     stream.ReadWord("LocationY", LocationY);
-    Graphics.Load(stream);
+    if (ieeeNesting >= kMaxIEEENesting)
+        throw EDboFileIO(fmt::format("IEEE symbols nested more than {} deep in {} at {:08X}", kMaxIEEENesting,
+                                     stream.GetName(), stream.Position()));
+    ++ieeeNesting;
+    try {
+        Graphics.Load(stream);
+    } catch (...) {
+        --ieeeNesting;
+        throw;
+    }
+    --ieeeNesting;
     stream.ReadStr("IEEESym", IEEESym);
     return 0;
 }

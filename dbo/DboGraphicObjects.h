@@ -93,10 +93,14 @@ public:
     DBO_CLASS_NAME(TDboLibObject)
 
     bool Embedded = false;
+    // Capture writes library objects both with and without the extra-data block. A record read
+    // from a headered file without one is written back without one; any other has it.
+    bool HasExtraBlock = true;
 
+    void Initialize() override;
     int HeaderKind() const override { return 1; }
     int HeaderRecordCount() const override { return 1; }
-    // 0: the kind's fields plus the extra-data block when not embedded; 1: that + 10 (the two
+    // 0: the kind's fields plus the extra-data block when it is written; 1: that + 10 (the two
     // "ID" bytes and "Header").
     void GetHeaderRecord(int index, int64_t& value) override;
     int Load(TDboIStream& stream) override;
@@ -106,6 +110,9 @@ public:
     virtual void LoadFields(TDboIStream&) {}
     virtual void SaveFields(TDboIStream&) {}
     virtual int64_t FieldsSize() { return 0; }
+
+    // Whether Save writes the extra-data block (and the header counts it).
+    bool WritesExtraBlock() const;
 };
 
 class TDboLibBox : public TDboLibObject {

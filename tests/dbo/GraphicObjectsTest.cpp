@@ -330,12 +330,18 @@ TEST(GraphicLibObjects, CorpusLibraryRecords) {
     EXPECT_EQ(t->FontID, 1);
     text[36] = text[37] = 0;
     EXPECT_EQ(test::SaveBytes(*t), text);
-    // A record without the block: the reader stops at the next record.
-    auto s = test::MemStream(CorpusBytes("capsym.olb", {"Symbols", "GND"}, 0x3E, 35));
+    // A record without the block: the reader stops at the next record, and the record is written
+    // back as it came. A new object has the block.
+    Bytes gnd = CorpusBytes("capsym.olb", {"Symbols", "GND"}, 0x3E, 35);
+    auto s = test::MemStream(gnd);
     auto line = Make<TDboLibLine>(d.get());
     line->Load(*s);
     EXPECT_EQ(s->Position(), 34u);
     EXPECT_EQ(line->EndX, 20);
+    gnd.pop_back();
+    EXPECT_EQ(test::SaveBytes(*line), gnd);
+    EXPECT_EQ(line->FullObjectSize(), 34);
+    EXPECT_EQ(Make<TDboLibLine>(d.get())->FullObjectSize(), 42);
 }
 
 TEST(GraphicList, ChoosesByTypeCodeAndRejectsWhatItCannot) {
@@ -384,6 +390,11 @@ TEST(GraphicLibIEEE, LeadBytesAndFrame) {
     EXPECT_EQ(dynamic_cast<TDboLibLine*>(ieee->Graphics.GetInstances(1))->EndX, 3);
     // No save writes the lead byte.
     EXPECT_EQ(test::SaveBytes(*ieee), ByteBuilder(head).U8(45).Raw(poly).U8(41).Raw(line).Str("Hyst").b);
+
+    // Symbols nested without end in a damaged file fail cleanly.
+    ByteBuilder nested;
+    for (int i = 0; i < 100000; ++i) nested.U8(48).U8(48).U16(0xFFFF).U16(0).U16(0).U16(1);
+    EXPECT_NE(MessageOf<EDboFileIO>([&] { LoadList(*d, nested.b, 1, s); }).find("IEEE symbols nested"), std::string::npos);
 
     // Headered, from a real library; it can't be written headered.
     if (!test::HaveCorpus()) return;
