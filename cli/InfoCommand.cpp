@@ -6,6 +6,7 @@
 #include "cli/Context.h"
 #include "dbo/DboDesign.h"
 #include "dbo/DboFileIO.h"
+#include "dbo/DboSummary.h"
 
 namespace orcadx::cli {
 
@@ -35,28 +36,44 @@ void PrintTree(dbo::TDboIStorage& storage, int depth, std::ostream& out) {
 
 int Run(const InfoOptions& opt) {
     std::ostream& out = std::cout;
-    dbo::TDboDesign design(opt.file, nullptr, 0, nullptr);
+    // The whole file; when that fails, the library record alone, so that the header can be shown.
+    auto design = std::make_unique<dbo::TDboDesign>(opt.file, nullptr, 0, nullptr);
+    std::string loadError;
     try {
-        design.Load(true);
+        design->Load(false);
     } catch (const std::exception& e) {
-        std::cerr << "error: " << e.what() << "\n";
-        return 1;
+        loadError = e.what();
+        design = std::make_unique<dbo::TDboDesign>(opt.file, nullptr, 0, nullptr);
+        try {
+            design->Load(true);
+        } catch (const std::exception& e2) {
+            std::cerr << "error: " << e2.what() << "\n";
+            return 1;
+        }
     }
-    dbo::TDboLib& lib = *design.Lib;
+    dbo::TDboLib& lib = *design->Lib;
     out << "File:        " << opt.file << "\n";
     out << "Identifier:  \"" << lib.IdentifierText() << "\""
         << (lib.IsDesign() ? " (design)" : lib.IsLibrary() ? " (library)" : " (unknown)") << "\n";
-    out << fmt::format("Version:     0x{:08X}{}\n", design.Version,
-                       dbo::InVersionSet(design.Version, dbo::VersionSet::Known) ? "" : " (unknown)");
+    out << fmt::format("Version:     0x{:08X}{}\n", design->Version,
+                       dbo::InVersionSet(design->Version, dbo::VersionSet::Known) ? "" : " (unknown)");
     out << "Fonts:       " << lib.Fonts.Count() << "\n";
     out << "Strings:     " << lib.Strings.size() << "\n";
     for (int i = 0; i < static_cast<int>(lib.Strings.size()) && i < opt.strings; ++i)
         out << fmt::format("  [{}] \"{}\"\n", i, lib.Strings[i]);
+    if (loadError.empty()) {
+        dbo::DescribeLibrary(*design, out);
+        dbo::DescribeViews(*design, opt.pages, out);
+    }
     if (opt.tree) {
         out << "Streams:\n";
         std::unique_ptr<dbo::TDboIStorage> root;
         dbo::OpenRootStorage(opt.file, root);
         PrintTree(*root, 1, out);
+    }
+    if (!loadError.empty()) {
+        std::cerr << "error: the file could not be read whole: " << loadError << "\n";
+        return 1;
     }
     return 0;
 }
@@ -68,6 +85,7 @@ void AddInfoCommand(CLI::App& app) {
     auto* cmd = app.add_subcommand("info", "Show what a Capture design or library holds");
     cmd->add_option("file", opt.file, "Capture file (.DSN, .OLB)")->required();
     cmd->add_option("--strings", opt.strings, "How many strings of the string list to show");
+    cmd->add_flag("--pages", opt.pages, "Per page: name, size and object counts");
     cmd->add_flag("--no-tree", [](int64_t) { opt.tree = false; }, "Leave out the tree of storages and streams");
     cmd->callback([] { throw ExitRequest{Run(opt)}; });
 }
