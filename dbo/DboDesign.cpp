@@ -126,6 +126,7 @@ bool TDboDesign::Load(bool headerOnly) {
     else OpenRootStorageFromMemory(MemoryImage, FileName, Storage);
     entry::StatusReporter status(Status);
     int steps = 0;
+    int fileEntriesStart = 0;
     bool result = false;
     auto finish = [&] {
         status.Advance(static_cast<int32_t>(entry::RoundHalfEven(PercentShare * (5 - steps) / 5.0)));
@@ -162,6 +163,7 @@ bool TDboDesign::Load(bool headerOnly) {
             {
                 std::unique_ptr<TDboIStream> s;
                 Storage->OpenStreamSafe("Symbols Directory", s);
+                fileEntriesStart = SymbolDir->Count();
                 SymbolDir->Load(*s);
             }
             Report(steps, 3);
@@ -202,6 +204,9 @@ bool TDboDesign::Load(bool headerOnly) {
                     symbol->Load(*s);
                     AddSymbol(std::move(symbol));
                 }
+                // AddSymbol gave every symbol read its own directory entry; the entries read from
+                // the file served only to find the streams, and would stand twice in a later save.
+                SymbolDir->Items.erase(SymbolDir->Items.begin() + fileEntriesStart, SymbolDir->Items.begin() + count);
             }
             Report(steps, 5);
         }
