@@ -40,6 +40,12 @@ private:
 
 Context& GetContext();
 
+// The text without trailing blanks (identifiers are padded with blanks to 31 characters).
+inline std::string TrimRight(std::string text) {
+    while (!text.empty() && text.back() == ' ') text.pop_back();
+    return text;
+}
+
 // Subcommands; each file *Command.cpp defines one of these. A missing one is left out.
 void AddValidateCommand(CLI::App& app) __attribute__((weak));
 void AddInfoCommand(CLI::App& app) __attribute__((weak));

@@ -53,7 +53,7 @@ int Run(const InfoOptions& opt) {
     }
     dbo::TDboLib& lib = *design->Lib;
     out << "File:        " << opt.file << "\n";
-    out << "Identifier:  \"" << lib.IdentifierText() << "\""
+    out << "Identifier:  \"" << TrimRight(lib.IdentifierText()) << "\""
         << (lib.IsDesign() ? " (design)" : lib.IsLibrary() ? " (library)" : " (unknown)") << "\n";
     out << fmt::format("Version:     0x{:08X}{}\n", design->Version,
                        dbo::InVersionSet(design->Version, dbo::VersionSet::Known) ? "" : " (unknown)");

@@ -22,7 +22,7 @@ std::string Explain(const std::string& file) {
     try {
         dbo::TDboDesign design(file, nullptr, 0, nullptr);
         design.Load(true);
-        std::string id = design.Lib->IdentifierText();
+        std::string id = TrimRight(design.Lib->IdentifierText());
         if (!dbo::InVersionSet(design.Version, dbo::VersionSet::Known))
             return fmt::format("unknown version 0x{:08X}, identifier \"{}\"", design.Version, id);
         if (!design.IsValid()) return fmt::format("identifier \"{}\" is neither a design nor a library (version 0x{:08X})", id, design.Version);
