@@ -116,7 +116,8 @@ private:
     }
     void Walk(ObjectCore* container, bool deep) {
         for (ObjectCore* child : container->Children()) {
-            if (!IsShownOnSheet(child)) continue;
+            // An explicit part filter decides alone which primitives of a component count.
+            if (!partFilter_ && !IsShownOnSheet(child)) continue;
             if (Matches(child)) items_.push_back(child);
             if (deep) Walk(child, true);
         }
