@@ -324,6 +324,7 @@ int TDboPage::Load(TDboIStream& stream) {
     BusEntries->Load(stream);
     Graphics->Load(stream);
     BookMarks->Load(stream);
+    stream.ReadData("TrailingData", TrailingData, stream.Remaining());
     return 0;
 }
 
@@ -378,6 +379,7 @@ int TDboPage::Save(TDboIStream& stream) {
     BusEntries->Save(stream);
     Graphics->Save(stream);
     BookMarks->Save(stream);
+    if (!TrailingData.empty()) stream.WriteData("TrailingData", TrailingData);
     return 0;
 }
 

@@ -150,12 +150,17 @@ public:
     std::unique_ptr<TDboGraphicInstanceList> Graphics;     // graphic instances
     std::unique_ptr<TDboSimpleObjectList> BookMarks;       // TDboBookMark
 
+    // Whatever the page stream holds behind the thirteen lists (Capture ends each page with a
+    // zero Word), kept as read and written back; empty on a new page.
+    std::vector<uint8_t> TrailingData;
+
     void Initialize() override;
     int HeaderKind() const override { return 2; }
     int HeaderRecordCount() const override { return 2; }
     void LoadUserProps(TDboIStream& stream) override;
     void SaveUserProps(TDboIStream& stream) override;
     int64_t UserPropsSize() override;
+    // Reads the record and then the rest of the stream into TrailingData.
     int Load(TDboIStream& stream) override;
     // Sets ID 10 and both times to Clock() first.
     int Save(TDboIStream& stream) override;
