@@ -273,7 +273,9 @@ void TDboDesign::Save() {
         root.CreateStorageSafe("Packages", packages);
         if (library) {
             for (auto& component : Components) {
-                std::string name = MakeUniqueStreamName(*packages, component->PartInfo->CompName);
+                // The stream's name is escaped and kept within 31 characters; the component keeps
+                // that name with its own characters, so that a "/" in a part name stays a "/".
+                std::string name = UnescapeStorageName(MakeUniqueStreamName(*packages, component->PartInfo->CompName));
                 component->PartInfo->CompName = name;
                 std::unique_ptr<TDboIStream> s;
                 packages->CreateStreamSafe(name, s);

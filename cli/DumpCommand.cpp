@@ -1,0 +1,50 @@
+// orcadx dump FILE [-o OUT.txt]: the library side of a Capture file as indented text.
+#include <iostream>
+
+#include "cli/Context.h"
+#include "dbo/AsciiDump.h"
+#include "dbo/AsciiWriter.h"
+#include "dbo/DboDesign.h"
+
+namespace orcadx::cli {
+
+namespace {
+
+struct DumpOptions {
+    std::string file;
+    std::string output;
+};
+
+int Run(const DumpOptions& opt) {
+    try {
+        dbo::TDboDesign design(opt.file, nullptr, 0, nullptr);
+        if (!design.Load(false) || !design.IsValid()) {
+            std::cerr << "error: " << opt.file << " is not a Capture design or library of a known version\n";
+            return 1;
+        }
+        if (opt.output.empty() || opt.output == "-") {
+            dbo::TAsciiWriter writer(std::cout);
+            dbo::WriteDesignAscii(design, opt.file, writer);
+        } else {
+            dbo::TAsciiWriter writer;
+            writer.OpenForWriting(opt.output);
+            dbo::WriteDesignAscii(design, opt.file, writer);
+        }
+    } catch (const std::exception& e) {
+        std::cerr << "error: " << e.what() << "\n";
+        return 1;
+    }
+    return 0;
+}
+
+}  // namespace
+
+void AddDumpCommand(CLI::App& app) {
+    static DumpOptions opt;
+    auto* cmd = app.add_subcommand("dump", "Write the components, symbols and design cache of a file as text");
+    cmd->add_option("file", opt.file, "Capture file (.DSN, .OLB)")->required();
+    cmd->add_option("-o,--output", opt.output, "Text file to write (standard output when absent)");
+    cmd->callback([] { throw ExitRequest{Run(opt)}; });
+}
+
+}  // namespace orcadx::cli
