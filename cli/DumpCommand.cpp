@@ -16,9 +16,15 @@ struct DumpOptions {
 };
 
 int Run(const DumpOptions& opt) {
+    auto& ctx = GetContext();
+    ctx.StartRun();
     try {
-        dbo::TDboDesign design(opt.file, nullptr, 0, nullptr);
-        if (!design.Load(false) || !design.IsValid()) {
+        ctx.status->SetProgressRange(100);
+        dbo::TDboDesign design(opt.file, ctx.status.get(), 100, ctx.log.get());
+        bool loaded = design.Load(false);
+        ctx.status->CompleteProgress();
+        ctx.FinishRun();
+        if (!loaded || !design.IsValid()) {
             std::cerr << "error: " << opt.file << " is not a Capture design or library of a known version\n";
             return 1;
         }
@@ -31,6 +37,7 @@ int Run(const DumpOptions& opt) {
             dbo::WriteDesignAscii(design, opt.file, writer);
         }
     } catch (const std::exception& e) {
+        ctx.FinishRun();
         std::cerr << "error: " << e.what() << "\n";
         return 1;
     }

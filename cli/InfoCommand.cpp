@@ -37,11 +37,17 @@ void PrintTree(dbo::TDboIStorage& storage, int depth, std::ostream& out) {
 int Run(const InfoOptions& opt) {
     std::ostream& out = std::cout;
     // The whole file; when that fails, the library record alone, so that the header can be shown.
-    auto design = std::make_unique<dbo::TDboDesign>(opt.file, nullptr, 0, nullptr);
+    auto& ctx = GetContext();
+    ctx.StartRun();
+    ctx.status->SetProgressRange(100);
+    auto design = std::make_unique<dbo::TDboDesign>(opt.file, ctx.status.get(), 100, ctx.log.get());
     std::string loadError;
     try {
         design->Load(false);
+        ctx.status->CompleteProgress();
+        ctx.FinishRun();
     } catch (const std::exception& e) {
+        ctx.FinishRun();
         loadError = e.what();
         design = std::make_unique<dbo::TDboDesign>(opt.file, nullptr, 0, nullptr);
         try {
