@@ -471,12 +471,13 @@ void DrawObject(Painter& p, ObjectCore& o, bool sheetLevel) {
     }
 }
 
-std::string Header(double width, double height) {
+// `milsPerPixel`: ten for sheets, which are large; two for components.
+std::string Header(double width, double height, double milsPerPixel) {
     return fmt::format(
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
         "<svg xmlns=\"http://www.w3.org/2000/svg\" version=\"1.1\" width=\"{}\" height=\"{}\" viewBox=\"0 0 {} {}\">\n"
         "<rect x=\"0\" y=\"0\" width=\"{}\" height=\"{}\" fill=\"#ffffff\"/>\n",
-        Num(std::max(width / 10, 1.0)), Num(std::max(height / 10, 1.0)), Num(width), Num(height), Num(width),
+        Num(std::max(width / milsPerPixel, 1.0)), Num(std::max(height / milsPerPixel, 1.0)), Num(width), Num(height), Num(width),
         Num(height));
 }
 
@@ -497,7 +498,7 @@ std::string RenderSheetSvg(ISch_Document* sheet) {
     double w = sheet->GetState_SheetSizeX() / kMil, h = sheet->GetState_SheetSizeY() / kMil;
     double m = sheet->GetState_SheetMargin() / kMil;
     Painter p(0, h, ServerOf(doc));
-    std::string out = Header(w, h);
+    std::string out = Header(w, h, 10);
     // Border with zone marks.
     int32_t zx = std::max(1, sheet->GetState_UseCustomSheet() ? sheet->GetState_CustomZonesX()
                                                                 : impl::SheetStyles()[std::clamp(
@@ -563,7 +564,7 @@ std::string RenderComponentSvg(ISch_Component* component) {
     }
     width += margin - gap;
     height += 2 * margin + title;
-    std::string out = Header(width, height);
+    std::string out = Header(width, height, 2);
     out += fmt::format("<text x=\"{}\" y=\"{}\" font-family=\"Arial\" font-size=\"80\" fill=\"#000000\">{}</text>\n",
                        Num(margin), Num(margin / 2 + 80), Escape(component->GetState_LibReference()));
     double x = margin;
