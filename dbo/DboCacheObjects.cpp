@@ -326,6 +326,7 @@ TDboCacheItem* TDboCache::FindItemByNameCaseSensitive(const std::string& name, c
 }
 
 TDboCacheSymbol* TDboCache::AddSymbol(std::unique_ptr<TDboLibSymbol> symbol) {
+    if (!symbol) return nullptr;
     std::string name = symbol->ViewName;
     auto element = TDboCacheSymbol::CreateSpecific(Design, std::move(symbol));
     element->DateCreated = element->DateModified = CurrentTime();
@@ -335,6 +336,7 @@ TDboCacheSymbol* TDboCache::AddSymbol(std::unique_ptr<TDboLibSymbol> symbol) {
 }
 
 TDboCacheView* TDboCache::AddView(std::unique_ptr<TDboLibView> view) {
+    if (!view) return nullptr;
     std::string name = view->ViewName;
     auto element = TDboCacheView::CreateSpecific(Design, std::move(view));
     element->DateCreated = element->DateModified = CurrentTime();
@@ -344,6 +346,7 @@ TDboCacheView* TDboCache::AddView(std::unique_ptr<TDboLibView> view) {
 }
 
 TDboCachePackage* TDboCache::AddPackage(std::unique_ptr<TDboLibPackage> package) {
+    if (!package) return nullptr;
     std::string name = package->Name;
     auto element = TDboCachePackage::CreateSpecific(Design, std::move(package));
     element->DateCreated = element->DateModified = CurrentTime();
@@ -353,6 +356,7 @@ TDboCachePackage* TDboCache::AddPackage(std::unique_ptr<TDboLibPackage> package)
 }
 
 TDboCachePartInfo* TDboCache::AddPartInfo(std::unique_ptr<TDboLibPartInfo> partInfo) {
+    if (!partInfo) return nullptr;
     std::string name = partInfo->CompName;
     auto element = TDboCachePartInfo::CreateSpecific(Design, std::move(partInfo));
     element->DateCreated = element->DateModified = CurrentTime();

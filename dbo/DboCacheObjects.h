@@ -210,7 +210,8 @@ public:
     static TDboCacheItem* FindItemByNameCaseSensitive(const std::string& name, const TDboCacheItemList& list);
     static TDboCacheItem* GetCacheItems(const TDboCacheItemList& list, int index) { return list.GetCacheItems(index); }
 
-    // Each makes a new item of one element, named after the object, and takes the object.
+    // Each makes a new item of one element, named after the object, and takes the object; null
+    // for no object.
     TDboCacheSymbol* AddSymbol(std::unique_ptr<TDboLibSymbol> symbol);
     TDboCacheView* AddView(std::unique_ptr<TDboLibView> view);
     TDboCachePackage* AddPackage(std::unique_ptr<TDboLibPackage> package);

@@ -149,34 +149,28 @@ TEST(LibPackage, ViewsPartsAndCounts) {
     auto d = test::DesignOfVersion(test::kV2_3);
     auto component = Make<TDboLibComponent>(d.get());
     EXPECT_EQ(component->ViewCount(), 0);
-    EXPECT_FALSE(component->IsSinglePackage());
     EXPECT_EQ(component->Packages.GetPackages(0), nullptr);
 
     auto package = Make<TDboLibPackage>(d.get());
-    EXPECT_TRUE(package->HasViews);
-    EXPECT_EQ(package->LibPath, d->LibPath());
-    auto first = Make<TDboLibView>(d.get());
-    first->ViewName = "U.Normal";
-    first->Ref = "first";
-    auto again = Make<TDboLibView>(d.get());
-    again->ViewName = "U.Normal";
-    again->Ref = "second";
-    EXPECT_TRUE(package->AddView(std::move(first)));
-    EXPECT_FALSE(package->AddView(std::move(again)));
+    auto view = [&](const std::string& name, const std::string& ref) {
+        auto v = Make<TDboLibView>(d.get());
+        v->ViewName = name;
+        v->Ref = ref;
+        return v;
+    };
+    EXPECT_TRUE(package->AddView(view("U.Normal", "first")));
+    EXPECT_FALSE(package->AddView(view("U.Normal", "second")));
     ASSERT_EQ(package->Views.Count(), 1);
     EXPECT_EQ(package->Views.GetViews(0)->Ref, "first");
-    EXPECT_EQ(package->ViewNames, std::vector<std::string>{"U.Normal"});
     EXPECT_EQ(package->GetViewModeCount(), 1);
-    auto convert = Make<TDboLibView>(d.get());
-    convert->ViewName = "U.Convert";
-    EXPECT_TRUE(package->AddView(std::move(convert)));
+    EXPECT_TRUE(package->AddView(view("U.Convert", "")));
     EXPECT_EQ(package->GetViewModeCount(), 2);
+    EXPECT_EQ(package->ViewNames, (std::vector<std::string>{"U.Normal", "U.Convert"}));
     component->Packages.Add(std::move(package));
     EXPECT_TRUE(component->IsSinglePackage());
     EXPECT_EQ(component->ViewCount(), 2);
 
     TDboLibPartInfo& info = *component->PartInfo;
-    EXPECT_EQ(info.ID, 31);
     for (const char* pkg : {"U", "u", "V"}) {
         auto part = Make<TDboLibPart>(d.get());
         part->PkgName = pkg;
@@ -184,7 +178,6 @@ TEST(LibPackage, ViewsPartsAndCounts) {
     }
     EXPECT_EQ(info.CalcPkgCount(), 2);  // "U" and "u" are one package
     EXPECT_EQ(component->PartCount(), 3);
-    EXPECT_EQ(info.Parts.GetParts(2)->PkgName, "V");
     EXPECT_EQ(info.Parts.GetParts(3), nullptr);
     EXPECT_EQ(info.Parts.GetParts(-1), nullptr);
 }
@@ -192,10 +185,7 @@ TEST(LibPackage, ViewsPartsAndCounts) {
 TEST(LibView, PinBitsAndHeaderCount) {
     auto d = test::DesignOfVersion(test::kV2_3);
     auto view = Make<TDboLibView>(d.get());
-    EXPECT_EQ(view->ID, 24);
-    EXPECT_EQ(view->UserPropsCount, 0);
-    EXPECT_FALSE(view->GetPinNamesVisible());
-    EXPECT_TRUE(view->GetPinNumbersVisible());
+    EXPECT_TRUE(view->GetPinNumbersVisible());  // bit 2 clear
     view->SetImplementationType(TDboLibView::kImplementationPSpiceModel);
     view->SetPinNumbersVisible(false);
     view->SetPinNamesVisible(true);
@@ -204,9 +194,6 @@ TEST(LibView, PinBitsAndHeaderCount) {
     view->SetImplementationType(2);
     view->SetPinNamesVisible(false);
     EXPECT_EQ(view->IType_PinBit, 2 << 3 | 4 | 2);
-    EXPECT_EQ(view->GetImplementationType(), 2);
-    EXPECT_FALSE(view->GetPinNumbersVisible());
-    EXPECT_EQ(view->PinX(), 0);
 
     // A bare view has no record count of its own and can't be framed.
     auto bare = Make<TDboLibBaseView>(d.get());
@@ -225,21 +212,18 @@ TEST(LibSymbol, KindsAndList) {
     for (auto [id, name] : kinds) {
         auto symbol = CreateSymbol(d.get(), id);
         ASSERT_NE(symbol, nullptr) << id;
-        EXPECT_EQ(symbol->ID, id);
         EXPECT_STREQ(symbol->ClassName(), name);
-        EXPECT_EQ(symbol->HeaderRecordCount(), 4);
-        // The frame carries the kind's code.
-        EXPECT_EQ(test::SaveBytes(*symbol)[0], id);
+        EXPECT_EQ(test::SaveBytes(*symbol)[0], id);  // the frame carries the kind's code
     }
     for (int id : {0, 24, 36, 76}) EXPECT_EQ(CreateSymbol(d.get(), id), nullptr) << id;
 
+    // The design reads and writes symbols itself: the list touches no stream.
     TDboLibSymbolList list(d.get());
     list.Add(CreateSymbol(d.get(), 33));
     EXPECT_TRUE(test::SaveBytes(list).empty());
     auto s = test::MemStream(ByteBuilder().U16(1).b);
     list.Load(*s);
     EXPECT_EQ(s->Position(), 0u);
-    EXPECT_EQ(list.Count(), 1);
 }
 
 TEST(LibDirectories, NewEntriesAndLayout) {
