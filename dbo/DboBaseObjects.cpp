@@ -298,7 +298,9 @@ std::unique_ptr<TDboStorableObject> TDboSimpleObjectList::ConstructObject(TDboIS
 }
 
 void TDboSimpleObjectList::Add(std::unique_ptr<TDboStorableObject> item) {
-    if (item && typeid(*item) == *ItemClass->type) Items.push_back(std::move(item));
+    if (!item) return;
+    const TDboStorableObject& object = *item;
+    if (typeid(object) == *ItemClass->type) Items.push_back(std::move(item));
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -19,7 +19,8 @@ void EnsureGsf() {
     static std::once_flag once;
     std::call_once(once, [] {
         gsf_init();
-        for (const char* domain : {"libgsf", "libgsf:msole", "GLib", "GLib-GObject"})
+        // libgsf's reader of compound files warns without a domain of its own.
+        for (const char* domain : {static_cast<const char*>(nullptr), "libgsf", "libgsf:msole", "GLib", "GLib-GObject"})
             g_log_set_handler(domain, static_cast<GLogLevelFlags>(G_LOG_LEVEL_MASK | G_LOG_FLAG_FATAL |
                                                                   G_LOG_FLAG_RECURSION),
                               QuietLog, nullptr);
