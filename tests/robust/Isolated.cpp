@@ -1,0 +1,153 @@
+#include "Isolated.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstring>
+#include <exception>
+#include <fstream>
+#include <sstream>
+
+namespace orcadx::test {
+
+namespace {
+
+// A field of /proc/self/status in bytes ("VmHWM", "VmRSS", "VmSize"), 0 when unknown.
+uint64_t StatusBytes(const std::string& field) {
+    std::ifstream in("/proc/self/status");
+    std::string line;
+    while (std::getline(in, line))
+        if (line.compare(0, field.size() + 1, field + ":") == 0) return std::stoull(line.substr(field.size() + 1)) * 1024;
+    return 0;
+}
+
+void WriteAll(int fd, const void* data, size_t size) {
+    const char* p = static_cast<const char*>(data);
+    while (size > 0) {
+        ssize_t n = write(fd, p, size);
+        if (n <= 0) return;
+        p += n;
+        size -= static_cast<size_t>(n);
+    }
+}
+
+[[noreturn]] void ChildMain(int fd, const std::function<fuzz::LoadResult()>& load, const Bounds& bounds) {
+    if (bounds.addressSpace) {
+        rlimit limit{};
+        limit.rlim_cur = limit.rlim_max = StatusBytes("VmSize") + bounds.addressSpace;
+        setrlimit(RLIMIT_AS, &limit);
+    }
+    // Start the peak from what the child holds now, not from the parent's history.
+    { std::ofstream("/proc/self/clear_refs") << "5"; }
+    uint64_t before = std::max(StatusBytes("VmHWM"), StatusBytes("VmRSS"));
+    IsolatedResult::Kind kind;
+    std::string message;
+    try {
+        fuzz::LoadResult r = load();
+        kind = r.loaded ? IsolatedResult::Loaded : IsolatedResult::Refused;
+        message = r.message;
+    } catch (const std::exception& e) {
+        kind = IsolatedResult::Escaped;
+        message = std::string("exception escaped: ") + e.what();
+    } catch (...) {
+        kind = IsolatedResult::Escaped;
+        message = "exception of unknown type escaped";
+    }
+    uint64_t after = StatusBytes("VmHWM");
+    uint64_t peak = after > before ? after - before : 0;
+    int32_t k = kind;
+    uint32_t len = static_cast<uint32_t>(message.size());
+    WriteAll(fd, &k, sizeof k);
+    WriteAll(fd, &peak, sizeof peak);
+    WriteAll(fd, &len, sizeof len);
+    WriteAll(fd, message.data(), message.size());
+    close(fd);
+    _exit(0);
+}
+
+}  // namespace
+
+IsolatedResult RunIsolated(const std::function<fuzz::LoadResult()>& load, const Bounds& bounds) {
+    IsolatedResult result;
+    int fds[2];
+    if (pipe(fds) != 0) {
+        result.message = "pipe failed";
+        return result;
+    }
+    pid_t pid = fork();
+    if (pid < 0) {
+        close(fds[0]);
+        close(fds[1]);
+        result.message = "fork failed";
+        return result;
+    }
+    if (pid == 0) {
+        close(fds[0]);
+        ChildMain(fds[1], load, bounds);
+    }
+    close(fds[1]);
+
+    std::string reply;
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(bounds.seconds);
+    bool timedOut = false;
+    for (;;) {
+        auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        if (left.count() <= 0) {
+            timedOut = true;
+            break;
+        }
+        pollfd p{fds[0], POLLIN, 0};
+        int ready = poll(&p, 1, static_cast<int>(left.count()));
+        if (ready < 0 && errno == EINTR) continue;
+        if (ready <= 0) continue;
+        char buf[4096];
+        ssize_t n = read(fds[0], buf, sizeof buf);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) break;  // the child closed its end: done or dead
+        reply.append(buf, static_cast<size_t>(n));
+    }
+    close(fds[0]);
+    if (timedOut) kill(pid, SIGKILL);
+    int status = 0;
+    while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+    }
+    if (timedOut) {
+        result.kind = IsolatedResult::TimedOut;
+        result.message = "no end within " + std::to_string(bounds.seconds) + " s";
+        return result;
+    }
+    if (WIFSIGNALED(status)) {
+        result.kind = IsolatedResult::Crashed;
+        result.message = std::string("killed by signal ") + strsignal(WTERMSIG(status));
+        return result;
+    }
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0 || reply.size() < 16) {
+        result.kind = IsolatedResult::Crashed;
+        result.message = "exited with status " + std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : -1) +
+                         " (a sanitizer report or an allocation beyond the limit)";
+        return result;
+    }
+    int32_t k;
+    uint32_t len;
+    std::memcpy(&k, reply.data(), 4);
+    std::memcpy(&result.peakBytes, reply.data() + 4, 8);
+    std::memcpy(&len, reply.data() + 12, 4);
+    result.kind = static_cast<IsolatedResult::Kind>(k);
+    result.message = reply.substr(16, len);
+    return result;
+}
+
+std::string Describe(const IsolatedResult& r) {
+    static const char* names[] = {"loaded", "refused", "escaped", "crashed", "timed out"};
+    std::ostringstream out;
+    out << names[r.kind] << ", peak +" << r.peakBytes / 1024 << " KiB";
+    if (!r.message.empty()) out << ": " << r.message;
+    return out.str();
+}
+
+}  // namespace orcadx::test
