@@ -599,6 +599,8 @@ TDboVisibleProp* TDboBaseObject::GetVisiblePropByName(const std::string& name) c
 }
 
 void TDboBaseObject::GetPropertyValueByName(std::string& value, const std::string& name) const {
+    // The result is empty when no property has the name, whatever the caller passed in.
+    value.clear();
     for (int i = 0; i < UserProps.Count(); ++i) {
         auto* p = UserProps.GetProperties(i);
         if (Design->GetString(p->NameIdx) == name) {

@@ -482,6 +482,10 @@ TEST(Parts, SearchIndexStepsAndFlags) {
     b->SetValue("10K");
     EXPECT_EQ(a->ValueIdx, b->ValueIdx);
     EXPECT_EQ(b->GetValue(), "10k");
+    // A name that no property has gives an empty value, not what the caller held.
+    std::string value = "stale";
+    a->GetPropertyValueByName(value, "Value");
+    EXPECT_EQ(value, "");
 }
 
 TEST(Blocks, PlainLayoutRoundTripsAndPinsByVersion) {
