@@ -1,0 +1,78 @@
+// orcadx import FILE.DSN|FILE.OLB -o OUTDIR: a Capture design becomes a project of sheets and a
+// library in OUTDIR; a Capture library becomes a schematic library.
+#include <filesystem>
+#include <iostream>
+
+#include "cli/Context.h"
+#include "entry/FileTest.h"
+#include "host/HostApplication.h"
+#include "platform/CodePage.h"
+
+namespace orcadx::cli {
+
+namespace {
+
+struct ImportOptions {
+    std::string file;
+    std::string outDir;
+    CommandLineOptions options;
+};
+
+int Run(ImportOptions& opt) {
+    namespace fs = std::filesystem;
+    auto& ctx = GetContext();
+    bool library = entry::HasExtension(opt.file, ".OLB");
+    if (!library && !entry::HasExtension(opt.file, ".DSN")) {
+        std::cerr << "error: " << opt.file << ": the name must end in .DSN or .OLB\n";
+        return 2;
+    }
+    std::error_code ec;
+    fs::create_directories(opt.outDir, ec);
+    if (ec) {
+        std::cerr << "error: cannot create " << opt.outDir << ": " << ec.message() << "\n";
+        return 2;
+    }
+    fs::path outDir = fs::absolute(opt.outDir);
+    auto& translator = ctx.GetTranslator();
+    host::HostApplication app;
+    translator.RegisterHost(&app);
+    host::IProject* project = app.CreateProject((outDir / (fs::path(opt.file).stem().string() + ".VsProj")).string());
+    ctx.StartRun();
+    std::u16string file = platform::Utf8ToUtf16(fs::absolute(opt.file).string());
+    std::u16string folder = platform::Utf8ToUtf16(outDir.string());
+    uint8_t templatesImported = 0;
+    auto import = library ? translator.ImportOLB : translator.ImportDSN;
+    bool valid = library ? translator.IsValidOLB(file.c_str()) : translator.IsValidDSN(file.c_str());
+    import(file.c_str(), &opt.options, ctx.status.get(), ctx.log.get(), folder.c_str(), project, &templatesImported);
+    translator.RegisterHost(nullptr);
+    int errors = ctx.FinishRun();
+    if (!valid) {
+        std::cerr << "error: " << opt.file << " is not a valid Capture " << (library ? "library" : "design") << "\n";
+        return 1;
+    }
+    return errors > 0 ? 1 : 0;
+}
+
+}  // namespace
+
+void AddImportCommand(CLI::App& app) {
+    static ImportOptions opt;
+    auto* cmd = app.add_subcommand("import", "Import a Capture design (.DSN) or library (.OLB)");
+    cmd->add_option("file", opt.file, "Capture file")->required();
+    cmd->add_option("-o,--output", opt.outDir, "Folder of the project to make")->required();
+    auto& o = opt.options;
+    cmd->add_flag("--skip-title-blocks", o.SkipTitleBlocks, "Leave title blocks out");
+    cmd->add_option("--template", o.TemplateFileName, "Sheet template for every page")
+        ->each([&o](const std::string&) { o.UseTemplate = true; });
+    cmd->add_flag("--auto-position-parameters", o.AutoPositionParameters, "Let the host place parameters");
+    cmd->add_flag("--clear-preference", o.ClearPreference, "Run the preference step after the import");
+    cmd->add_option("--scale", o.ImportScale, "Import scale; 0 or less: no scaling");
+    cmd->add_flag("--scale-sheet-to-pin-spacing", o.ScaleSheetToPinSpacing,
+                  "Scale custom sheet sizes by the page's pin spacing");
+    cmd->add_option("--junction-mode", o.JunctionMode, "1 keeps all junctions");
+    cmd->add_flag("!--no-component-fill", o.DefaultComponentFill, "Don't give components the default fill");
+    cmd->add_flag("--off-page-as-ports", o.OffPageAsPorts, "Import off-page connectors as ports");
+    cmd->callback([] { throw ExitRequest{Run(opt)}; });
+}
+
+}  // namespace orcadx::cli
