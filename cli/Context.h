@@ -8,6 +8,7 @@
 
 #include "cli/Console.h"
 #include "cli/Translator.h"
+#include "host/HostSupport.h"
 
 namespace orcadx::cli {
 
@@ -20,18 +21,17 @@ struct Context {
     std::string logFile;  // --log FILE
     bool stats = false;   // --stats
     bool quiet = false;   // --quiet
-    bool verbose = false; // --verbose: print information messages of the log as well
+    bool verbose = false; // --verbose: print the log even when it holds only information
 
     std::unique_ptr<ConsoleStatus> status;
-    std::unique_ptr<LogTree> log;
-    MemoryAnalytics analytics;
+    std::unique_ptr<host::LogSection> log;
 
     // Loads the translator plug-in on first use.
     Translator& GetTranslator();
     // Creates the console status and a fresh log.
     void StartRun();
-    // Prints the log tree (stderr, and --log FILE), the analytics with --stats; gives the number of
-    // errors in the log.
+    // Prints the log tree (on stderr when it holds a warning or an error, or with --verbose; and
+    // to --log FILE); gives the number of errors in the log.
     int FinishRun();
 
 private:

@@ -15,7 +15,7 @@ namespace {
 struct ImportOptions {
     std::string file;
     std::string outDir;
-    CommandLineOptions options;
+    host::ImporterOptions options;
 };
 
 int Run(ImportOptions& opt) {
@@ -46,6 +46,8 @@ int Run(ImportOptions& opt) {
     import(file.c_str(), &opt.options, ctx.status.get(), ctx.log.get(), folder.c_str(), project, &templatesImported);
     translator.RegisterHost(nullptr);
     int errors = ctx.FinishRun();
+    if (ctx.stats)
+        for (const auto& event : app.AnalyticsLog()) std::cout << event << "\n";
     if (!valid) {
         std::cerr << "error: " << opt.file << " is not a valid Capture " << (library ? "library" : "design") << "\n";
         return 1;
@@ -61,17 +63,18 @@ void AddImportCommand(CLI::App& app) {
     cmd->add_option("file", opt.file, "Capture file")->required();
     cmd->add_option("-o,--output", opt.outDir, "Folder of the project to make")->required();
     auto& o = opt.options;
-    cmd->add_flag("--skip-title-blocks", o.SkipTitleBlocks, "Leave title blocks out");
-    cmd->add_option("--template", o.TemplateFileName, "Sheet template for every page")
-        ->each([&o](const std::string&) { o.UseTemplate = true; });
-    cmd->add_flag("--auto-position-parameters", o.AutoPositionParameters, "Let the host place parameters");
-    cmd->add_flag("--clear-preference", o.ClearPreference, "Run the preference step after the import");
-    cmd->add_option("--scale", o.ImportScale, "Import scale; 0 or less: no scaling");
-    cmd->add_flag("--scale-sheet-to-pin-spacing", o.ScaleSheetToPinSpacing,
+    o.defaultComponentFill = true;
+    cmd->add_flag("--skip-title-blocks", o.skipTitleBlocks, "Leave title blocks out");
+    cmd->add_option("--template", o.templateFileName, "Sheet template for every page")
+        ->each([&o](const std::string&) { o.useTemplate = true; });
+    cmd->add_flag("--auto-position-parameters", o.autoPositionParameters, "Let the host place parameters");
+    cmd->add_flag("--clear-preference", o.clearPreference, "Run the preference step after the import");
+    cmd->add_option("--scale", o.importScale, "Import scale; 0 or less: no scaling");
+    cmd->add_flag("--scale-sheet-to-pin-spacing", o.scaleSheetToPinSpacing,
                   "Scale custom sheet sizes by the page's pin spacing");
-    cmd->add_option("--junction-mode", o.JunctionMode, "1 keeps all junctions");
-    cmd->add_flag("!--no-component-fill", o.DefaultComponentFill, "Don't give components the default fill");
-    cmd->add_flag("--off-page-as-ports", o.OffPageAsPorts, "Import off-page connectors as ports");
+    cmd->add_option("--junction-mode", o.junctionMode, "1 keeps all junctions");
+    cmd->add_flag("!--no-component-fill", o.defaultComponentFill, "Don't give components the default fill");
+    cmd->add_flag("--off-page-as-ports", o.offPageAsPorts, "Import off-page connectors as ports");
     cmd->callback([] { throw ExitRequest{Run(opt)}; });
 }
 

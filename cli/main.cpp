@@ -21,20 +21,21 @@ Translator& Context::GetTranslator() {
 
 void Context::StartRun() {
     status = std::make_unique<ConsoleStatus>(stderr, isatty(fileno(stderr)) != 0, quiet);
-    log = std::make_unique<LogTree>("");
+    log = std::make_unique<host::LogSection>();
 }
 
 int Context::FinishRun() {
     status.reset();
     if (!log) return 0;
-    int errors = log->Count(host::kLogError);
-    if (!log->Empty()) log->Print(std::cerr, verbose ? host::kLogInfo : host::kLogWarning);
+    int errors = static_cast<int>(log->AllMessages(host::kLogError).size());
+    bool worthShowing = errors > 0 || !log->AllMessages(host::kLogWarning).empty() ||
+                        (verbose && !log->AllMessages().empty());
+    if (worthShowing) log->Write(std::cerr);
     if (!logFile.empty()) {
         std::ofstream out(logFile);
-        log->Print(out);
+        log->Write(out);
         if (!out) std::cerr << "error: cannot write the log to " << logFile << "\n";
     }
-    if (stats) analytics.Print(std::cout);
     return errors;
 }
 
@@ -46,9 +47,9 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     auto& ctx = GetContext();
     app.add_option("--log", ctx.logFile, "Write the whole log tree to this file");
-    app.add_flag("--stats", ctx.stats, "Print the analytics recorded by the run");
+    app.add_flag("--stats", ctx.stats, "Print the analytics that an import recorded");
     app.add_flag("-q,--quiet", ctx.quiet, "No progress output");
-    app.add_flag("-v,--verbose", ctx.verbose, "Print information messages of the log as well");
+    app.add_flag("-v,--verbose", ctx.verbose, "Print the log even when it holds only information");
     for (auto add : {AddValidateCommand, AddInfoCommand, AddDumpCommand, AddAnalyzeCommand, AddImportCommand,
                      AddExportCommand, AddRenderCommand})
         if (add) add(app);
