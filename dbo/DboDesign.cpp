@@ -11,29 +11,14 @@
 #include "dbo/DboHierarchyObjects.h"
 #include "dbo/DboViewObjects.h"
 #include "entry/Status.h"
+#include "platform/TextCompare.h"
 
 namespace orcadx::dbo {
 
 namespace {
 
 bool EndsWithNoCase(const std::string& s, const std::string& suffix) {
-    if (s.size() < suffix.size()) return false;
-    for (size_t i = 0; i < suffix.size(); ++i)
-        if (std::toupper(static_cast<unsigned char>(s[s.size() - suffix.size() + i])) !=
-            std::toupper(static_cast<unsigned char>(suffix[i])))
-            return false;
-    return true;
-}
-
-bool SameNoCase(const std::string& a, const std::string& b) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        unsigned char x = a[i], y = b[i];
-        if (x >= 'a' && x <= 'z') x -= 32;
-        if (y >= 'a' && y <= 'z') y -= 32;
-        if (x != y) return false;
-    }
-    return true;
+    return s.size() >= suffix.size() && platform::SameTextNoCase(std::string_view(s).substr(s.size() - suffix.size()), suffix);
 }
 
 // The 22 bytes that stand behind each entry of a directory record: a type word and 20 zeros.
@@ -52,7 +37,7 @@ void WriteEmptyDirectory(TDboIStorage& root, const std::string& name) {
 }  // namespace
 
 int NaturalCompare(const std::string& a, const std::string& b) {
-    if (SameNoCase(a, b)) return 0;
+    if (platform::SameTextNoCase(a, b)) return 0;
     if (a.empty() || b.empty()) return a.size() < b.size() ? -1 : 1;
     auto runs = [](const std::string& s) {
         std::vector<std::pair<bool, std::string>> out;  // (digits, text)
@@ -442,14 +427,14 @@ void TDboDesign::SortViews() {
 
 TDboLibComponent* TDboDesign::FindComponent(const std::string& name) const {
     for (auto& component : Components)
-        if (SameNoCase(component->PartInfo->CompName, name)) return component.get();
+        if (platform::SameTextNoCase(component->PartInfo->CompName, name)) return component.get();
     return nullptr;
 }
 
 TDboLibSymbol* TDboDesign::FindSymbol(const std::string& name, const std::string* libPath) const {
     for (int i = 0; i < Symbols->Count(); ++i) {
         TDboLibSymbol* symbol = GetSymbol(i);
-        if (SameNoCase(symbol->ViewName, name) && (!libPath || SameNoCase(symbol->LibPathStr, *libPath)))
+        if (platform::SameTextNoCase(symbol->ViewName, name) && (!libPath || platform::SameTextNoCase(symbol->LibPathStr, *libPath)))
             return symbol;
     }
     return nullptr;

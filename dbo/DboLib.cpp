@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "dbo/DboBaseDesign.h"
+#include "platform/TextCompare.h"
 
 namespace orcadx::dbo {
 
@@ -17,17 +18,6 @@ const char* const kPartFieldNames[8] = {"1ST PART FIELD", "2ND PART FIELD", "3RD
                                         "5TH PART FIELD", "6TH PART FIELD", "7TH PART FIELD", "PCB Footprint"};
 
 const uint16_t kDefaultFontNumbers[17] = {1, 1, 1, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1, 2, 1, 1, 1};
-
-bool FoldEqual(const std::string& a, const std::string& b) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        unsigned char x = a[i], y = b[i];
-        if (x >= 'a' && x <= 'z') x -= 32;
-        if (y >= 'a' && y <= 'z') y -= 32;
-        if (x != y) return false;
-    }
-    return true;
-}
 
 void PutI32(uint8_t* p, int32_t v) {
     uint32_t u = static_cast<uint32_t>(v);
@@ -69,7 +59,7 @@ void TDboBaseLib::GetString(std::string& text, int index) const {
 
 int TDboBaseLib::GetIndex(const std::string& text) const {
     for (size_t i = 0; i < Strings.size(); ++i)
-        if (FoldEqual(Strings[i], text)) return static_cast<int>(i);
+        if (platform::SameTextNoCase(Strings[i], text)) return static_cast<int>(i);
     return -1;
 }
 

@@ -17,30 +17,9 @@ namespace orcadx::dbo {
 
 namespace {
 
-unsigned char FoldUpper(char c) {
-    auto u = static_cast<unsigned char>(c);
-    return (u >= 'a' && u <= 'z') ? static_cast<unsigned char>(u - ('a' - 'A')) : u;
-}
-
 std::string DesignLibPath(const TDboBaseDesign* design) { return design ? design->LibPath() : std::string(); }
 
 }  // namespace
-
-bool SameTextNoCase(const std::string& a, const std::string& b) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i)
-        if (FoldUpper(a[i]) != FoldUpper(b[i])) return false;
-    return true;
-}
-
-int CompareTextNoCase(const std::string& a, const std::string& b) {
-    size_t n = std::min(a.size(), b.size());
-    for (size_t i = 0; i < n; ++i) {
-        int d = int(FoldUpper(a[i])) - int(FoldUpper(b[i]));
-        if (d != 0) return d;
-    }
-    return a.size() < b.size() ? -1 : (a.size() > b.size() ? 1 : 0);
-}
 
 // ---------------------------------------------------------------------------------------------
 // TDboLibBaseView

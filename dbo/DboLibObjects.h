@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "dbo/DboBaseObjects.h"
+#include "platform/TextCompare.h"
 
 namespace orcadx::dbo {
 
@@ -310,9 +311,7 @@ public:
     TDboLibSymbolDirEntry* AddEntry(const std::string& name, uint16_t id);
 };
 
-// ASCII case-insensitive equality, the way names of library elements compare.
-bool SameTextNoCase(const std::string& a, const std::string& b);
-// ASCII case-insensitive ordering: negative, 0 or positive.
-int CompareTextNoCase(const std::string& a, const std::string& b);
+using platform::CompareTextNoCase;
+using platform::SameTextNoCase;
 
 }  // namespace orcadx::dbo

@@ -1,5 +1,7 @@
 #include "dbo/DboObjects.h"
 
+#include "platform/TextCompare.h"
+
 #include <fmt/format.h>
 
 #include "dbo/DboBaseDesign.h"
@@ -13,18 +15,6 @@ namespace {
 
 // The library path of the design as a string index; 0 for an object without a design.
 int LibPathIndex(TDboBaseDesign* design) { return design ? design->AddString(design->LibPath()) : 0; }
-
-// Equality of two names with the ASCII letters folded, no locale.
-bool EqualNoCase(const std::string& a, const std::string& b) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        char x = a[i], y = b[i];
-        if (x >= 'a' && x <= 'z') x = static_cast<char>(x - 'a' + 'A');
-        if (y >= 'a' && y <= 'z') y = static_cast<char>(y - 'a' + 'A');
-        if (x != y) return false;
-    }
-    return true;
-}
 
 template <size_t N>
 void ReadBlock(TDboIStream& stream, std::string_view name, std::array<uint8_t, N>& block) {
@@ -190,7 +180,7 @@ int TDboNetAlias::Save(TDboIStream& stream) {
 int32_t TDboNetAliasList::GetNetIDs(const std::string& alias) const {
     for (int i = 0; i < Count(); ++i) {
         TDboNetAlias* a = GetAliases(i);
-        if (a && EqualNoCase(a->Alias, alias)) return a->NetID;
+        if (a && platform::SameTextNoCase(a->Alias, alias)) return a->NetID;
     }
     return -1;
 }

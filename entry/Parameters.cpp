@@ -1,5 +1,7 @@
 #include "entry/Parameters.h"
 
+#include "platform/TextCompare.h"
+
 #include <cctype>
 
 namespace orcadx::entry {
@@ -13,14 +15,6 @@ std::string Trim(const std::string& s) {
     return s.substr(b, e - b);
 }
 
-bool SameText(const std::string& a, const std::string& b) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i)
-        if (std::toupper(static_cast<unsigned char>(a[i])) != std::toupper(static_cast<unsigned char>(b[i])))
-            return false;
-    return true;
-}
-
 }  // namespace
 
 std::string GetParameterValue(const std::string& parameters, const std::string& name) {
@@ -29,7 +23,7 @@ std::string GetParameterValue(const std::string& parameters, const std::string& 
         size_t bar = parameters.find('|', start);
         std::string pair = parameters.substr(start, bar == std::string::npos ? std::string::npos : bar - start);
         size_t eq = pair.find('=');
-        if (eq != std::string::npos && SameText(Trim(pair.substr(0, eq)), name)) return Trim(pair.substr(eq + 1));
+        if (eq != std::string::npos && platform::SameTextNoCase(Trim(pair.substr(0, eq)), name)) return Trim(pair.substr(eq + 1));
         if (bar == std::string::npos) break;
         start = bar + 1;
     }

@@ -2,6 +2,8 @@
 
 #include <gsf/gsf.h>
 
+#include "platform/TextCompare.h"
+
 #include <algorithm>
 #include <cstring>
 #include <fstream>
@@ -25,18 +27,6 @@ void EnsureGsf() {
                                                                   G_LOG_FLAG_RECURSION),
                               QuietLog, nullptr);
     });
-}
-
-// ASCII-only case folding, as compound files compare names without regard to case.
-bool SameName(const std::string& a, const std::string& b) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        unsigned char x = a[i], y = b[i];
-        if (x >= 'a' && x <= 'z') x -= 32;
-        if (y >= 'a' && y <= 'z') y -= 32;
-        if (x != y) return false;
-    }
-    return true;
 }
 
 // Length of a UTF-8 name in UTF-16 code units.
@@ -65,7 +55,7 @@ struct Node {
 
     std::shared_ptr<Node> Find(const std::string& childName) const {
         for (const auto& c : children)
-            if (SameName(c->name, childName)) return c;
+            if (platform::SameTextNoCase(c->name, childName)) return c;
         return nullptr;
     }
 };
@@ -155,7 +145,7 @@ GsfInput* ChildByName(GsfInfile* parent, const std::string& name) {
     int n = gsf_infile_num_children(parent);
     for (int i = 0; i < n; ++i) {
         const char* childName = gsf_infile_name_by_index(parent, i);
-        if (childName && SameName(childName, name)) return gsf_infile_child_by_index(parent, i);
+        if (childName && platform::SameTextNoCase(childName, name)) return gsf_infile_child_by_index(parent, i);
     }
     return nullptr;
 }
@@ -241,7 +231,7 @@ HResult CfbStorage::CreateStorage(const std::string& name, uint32_t mode, std::u
     if (!node_) return kSTG_E_ACCESSDENIED;
     if (!ValidName(name)) return kSTG_E_INVALIDNAME;
     auto& kids = node_->children;
-    auto it = std::find_if(kids.begin(), kids.end(), [&](const auto& c) { return SameName(c->name, name); });
+    auto it = std::find_if(kids.begin(), kids.end(), [&](const auto& c) { return platform::SameTextNoCase(c->name, name); });
     if (it != kids.end()) {
         if (!(mode & kSTGM_CREATE)) return kSTG_E_ACCESSDENIED;
         kids.erase(it);
@@ -263,7 +253,7 @@ HResult CfbStorage::CreateStream(const std::string& name, uint32_t mode, std::un
     if (!node_) return kSTG_E_ACCESSDENIED;
     if (!ValidName(name)) return kSTG_E_INVALIDNAME;
     auto& kids = node_->children;
-    auto it = std::find_if(kids.begin(), kids.end(), [&](const auto& c) { return SameName(c->name, name); });
+    auto it = std::find_if(kids.begin(), kids.end(), [&](const auto& c) { return platform::SameTextNoCase(c->name, name); });
     if (it != kids.end()) {
         if (!(mode & kSTGM_CREATE)) return kSTG_E_ACCESSDENIED;
         kids.erase(it);
