@@ -5,7 +5,10 @@
 // peak memory must stay within a bound set by the file's size.
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -168,6 +171,16 @@ TEST_F(DamagedFiles, IntactSamplesLoadInTheHarness) {
     EXPECT_EQ(RunIsolated([]() -> fuzz::LoadResult { abort(); }, quick).kind, IsolatedResult::Crashed);
     EXPECT_EQ(RunIsolated([]() -> fuzz::LoadResult { throw std::out_of_range("x"); }, quick).kind,
               IsolatedResult::Escaped);
+    // An allocation past the address-space bound doesn't pass as a load (it ends in bad_alloc, or
+    // in the sanitizer's out-of-memory report).
+    Bounds bounded = LoadBounds(1 << 20);
+    IsolatedResult huge = RunIsolated(
+        [&]() -> fuzz::LoadResult {
+            std::vector<uint8_t> v(bounded.addressSpace + (1ull << 30), 1);
+            return {v[v.size() / 2] == 1, "filled"};
+        },
+        bounded);
+    EXPECT_TRUE(huge.kind == IsolatedResult::Escaped || huge.kind == IsolatedResult::Crashed) << Describe(huge);
 }
 
 TEST_F(DamagedFiles, CutShort) {
