@@ -125,14 +125,14 @@ bool TDboDesign::Load(bool headerOnly) {
         {
             std::unique_ptr<TDboIStream> s;
             Storage->OpenStreamSafe("Library", s);
-            Lib->Load(*s);
+            LoadInStream("stream \"Library\"", *s, [&] { Lib->Load(*s); });
         }
         Report(steps, 1);
         if (InVersionSet(Version, VersionSet::Known)) {
             std::unique_ptr<TDboIStream> s;
             Storage->OpenStreamSafe("Cache", s);
             auto cache = Make<TDboCache>(this);
-            cache->Load(*s);
+            LoadInStream("stream \"Cache\"", *s, [&] { cache->Load(*s); });
             BuildFromCache(*cache);
             result = true;
         }
@@ -141,7 +141,7 @@ bool TDboDesign::Load(bool headerOnly) {
             {
                 std::unique_ptr<TDboIStream> s;
                 Storage->OpenStreamSafe("Packages Directory", s);
-                PkgDir->Load(*s);
+                LoadInStream("stream \"Packages Directory\"", *s, [&] { PkgDir->Load(*s); });
             }
             Report(steps, 2);
             status.Line("Parsing Library Symbols");
@@ -149,14 +149,14 @@ bool TDboDesign::Load(bool headerOnly) {
                 std::unique_ptr<TDboIStream> s;
                 Storage->OpenStreamSafe("Symbols Directory", s);
                 fileEntriesStart = SymbolDir->Count();
-                SymbolDir->Load(*s);
+                LoadInStream("stream \"Symbols Directory\"", *s, [&] { SymbolDir->Load(*s); });
             }
             Report(steps, 3);
             status.Line("Parsing Views and Pages");
             {
                 std::unique_ptr<TDboIStream> s;
                 Storage->OpenStreamSafe("Views Directory", s);
-                Views->Load(*s);
+                Views->Load(*s);  // each page tells its own place when it fails
             }
             Report(steps, 4);
             status.Line("Building Objects");
@@ -169,7 +169,7 @@ bool TDboDesign::Load(bool headerOnly) {
                     std::unique_ptr<TDboIStream> s;
                     packages->OpenStreamSafe(name, s);
                     auto component = Make<TDboLibComponent>(this);
-                    component->Load(*s);
+                    LoadInStream("stream \"Packages/" + name + "\"", *s, [&] { component->Load(*s); });
                     Components.push_back(std::move(component));
                 }
             }
@@ -186,7 +186,7 @@ bool TDboDesign::Load(bool headerOnly) {
                     symbols->OpenStreamSafe(name, s);
                     auto symbol = CreateSymbol(this, id);
                     if (!symbol) continue;
-                    symbol->Load(*s);
+                    LoadInStream("stream \"Symbols/" + name + "\"", *s, [&] { symbol->Load(*s); });
                     AddSymbol(std::move(symbol));
                 }
                 // AddSymbol gave every symbol read its own directory entry; the entries read from

@@ -40,6 +40,16 @@ std::string FirstChars(const std::vector<std::string>& chars, size_t n) {
 
 }  // namespace
 
+void RethrowInStream(const std::string& where, uint64_t offset) {
+    try {
+        throw;
+    } catch (const EDboFileIO& e) {
+        throw EDboFileIO(fmt::format("{} ({}, stream offset {:08X})", e.what(), where, offset));
+    } catch (const Exception& e) {
+        throw Exception(fmt::format("{} ({}, stream offset {:08X})", e.what(), where, offset));
+    }
+}
+
 // ---------------------------------------------------------------------------------------------
 // TDboIStream
 

@@ -27,6 +27,11 @@ public:
     explicit EDboFileIO(const std::string& message) : Exception(message) {}
 };
 
+// Called inside a catch block: raises the caught EDboFileIO or Exception again, of the same kind,
+// with where in the file it happened added to its message ("... (where, stream offset 0000002A)").
+// Anything else passes unchanged.
+[[noreturn]] void RethrowInStream(const std::string& where, uint64_t offset);
+
 // Four bytes that open an extra-data block, and the eight bytes that close a block with no data.
 extern const uint8_t kExtraDataMask[4];
 extern const uint8_t kEndBlockMask[8];
@@ -126,5 +131,15 @@ void CreateRootStorage(const std::string& fileName, std::unique_ptr<TDboIStorage
 std::string StorageErrorText(uint32_t result);
 // A stream name made unique within `storage` and kept within 31 characters.
 std::string MakeUniqueStreamName(TDboIStorage& storage, const std::string& name);
+
+// Runs `load` over `stream`; a failure tells `where` and the stream's position.
+template <class F>
+void LoadInStream(const std::string& where, TDboIStream& stream, F&& load) {
+    try {
+        load();
+    } catch (...) {
+        RethrowInStream(where, stream.Position());
+    }
+}
 
 }  // namespace orcadx::dbo

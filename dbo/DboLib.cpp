@@ -183,8 +183,11 @@ int TDboLib::Save(TDboIStream& stream) {
     stream.WriteInt("UnknownInt_1", UnknownInt_1);
     Fonts.Save(stream);
     if (KeepLoadedLayout) {
-        if (Extended()) stream.WriteWord("UnknownW", static_cast<uint16_t>(DefaultFonts.size()));
-        for (uint16_t f : DefaultFonts) stream.WriteWord("DefFont", f);
+        // A file that isn't extended has no count: its reader takes exactly 17 entries.
+        std::vector<uint16_t> fonts = DefaultFonts;
+        if (Extended()) stream.WriteWord("UnknownW", static_cast<uint16_t>(fonts.size()));
+        else fonts.resize(17, 0);
+        for (uint16_t f : fonts) stream.WriteWord("DefFont", f);
         stream.WriteInt("UnknownInt_4", UnknownInt_4);
         stream.WriteInt("UnknownInt_4", UnknownInt_4b);
     } else {

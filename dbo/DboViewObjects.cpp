@@ -182,15 +182,7 @@ void TDboSchematics::LoadPages(TDboIStorage& viewStorage) {
         pages->OpenStreamSafe(name, s);
         auto page = Make<TDboPage>(Design);
         // A failure keeps its kind and message and is told where in the file it happened.
-        try {
-            page->Load(*s);
-        } catch (const EDboFileIO& e) {
-            throw EDboFileIO(fmt::format("{} (page \"{}\" of view \"{}\", stream offset {:08X})", e.what(), name,
-                                         ViewName, s->Position()));
-        } catch (const Exception& e) {
-            throw Exception(fmt::format("{} (page \"{}\" of view \"{}\", stream offset {:08X})", e.what(), name,
-                                        ViewName, s->Position()));
-        }
+        LoadInStream(fmt::format("page \"{}\" of view \"{}\"", name, ViewName), *s, [&] { page->Load(*s); });
         Pages.push_back(std::move(page));
     }
 }

@@ -7,6 +7,7 @@
 #include "DboTestSupport.h"
 #include "TestSupport.h"
 #include "dbo/DboDesign.h"
+#include "dbo/DboGraphicObjects.h"
 #include "dbo/DboLibObjects.h"
 #include "dbo/DboSummary.h"
 #include "dbo/DboSymbolObjects.h"
@@ -241,4 +242,66 @@ TEST(Design, NaturalOrder) {
     EXPECT_LT(NaturalCompare("A 1", "A 2"), 0);
     EXPECT_LT(NaturalCompare("P01_Title", "P02_Power"), 0);
     EXPECT_LT(NaturalCompare("abc", "abd"), 0);
+}
+
+TEST(Design, AFailureTellsTheStreamAndOffset) {
+    ORCADX_REQUIRE_CORPUS();
+    auto dir = test::ScratchDir("design-failure-place");
+    // A copy of the symbol library in a version without size headers...
+    std::string copy = (dir / "capsym.OLB").string();
+    {
+        TDboDesign a(Corpus("capsym.olb").string(), nullptr, 0, nullptr);
+        ASSERT_TRUE(a.Load(false));
+        a.Version = test::kV1_1;
+        a.FileName = copy;
+        a.Save();
+    }
+    // ...written again with the first drawing of the symbol "GND" given an unknown type code.
+    std::string damaged = (dir / "damaged.OLB").string();
+    {
+        TDboDesign probe(copy, nullptr, 0, nullptr);
+        ASSERT_TRUE(probe.Load(false));
+        TDboLibSymbol* gnd = probe.FindSymbol("GND", nullptr);
+        ASSERT_NE(gnd, nullptr);
+        ASSERT_GT(gnd->Graphics->Count(), 0);
+        size_t at = 1 + 2 + 4 * gnd->UserProps.Count() + StrSize(gnd->ViewName) + StrSize(gnd->LibPathStr) + 2 + 2 + 2;
+
+        std::unique_ptr<TDboIStorage> in, out;
+        OpenRootStorage(copy, in);
+        CreateRootStorage(damaged, out);
+        std::function<void(TDboIStorage&, TDboIStorage&, const std::string&)> clone =
+            [&](TDboIStorage& from, TDboIStorage& to, const std::string& path) {
+                for (const auto& e : from.Platform().List()) {
+                    std::string name = UnescapeStorageName(e.name);
+                    if (e.isStorage) {
+                        std::unique_ptr<TDboIStorage> f, t;
+                        from.OpenStorageSafe(name, f);
+                        to.CreateStorageSafe(name, t);
+                        clone(*f, *t, path + name + "/");
+                        continue;
+                    }
+                    std::unique_ptr<TDboIStream> f, t;
+                    from.OpenStreamSafe(name, f);
+                    test::Bytes bytes;
+                    f->ReadData("All", bytes, f->Size());
+                    if (path + name == "Symbols/GND") bytes.at(at) = 99;
+                    to.CreateStreamSafe(name, t);
+                    t->WriteData("All", bytes);
+                }
+            };
+        clone(*in, *out, "");
+        out->Close();
+    }
+    TDboDesign d(damaged, nullptr, 0, nullptr);
+    try {
+        d.Load(false);
+        FAIL() << "a drawing of an unknown kind was read";
+    } catch (const EDboFileIO& e) {
+        FAIL() << "not a storage error: " << e.what();
+    } catch (const Exception& e) {
+        std::string msg = e.what();
+        EXPECT_NE(msg.find("Unknown object type: 99."), std::string::npos) << msg;
+        EXPECT_NE(msg.find("stream \"Symbols/GND\", stream offset "), std::string::npos) << msg;
+    }
+    EXPECT_EQ(d.Storage, nullptr);  // closed on the way out
 }

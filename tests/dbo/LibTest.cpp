@@ -123,3 +123,24 @@ TEST(LibraryStream, EveryCorpusLibraryStreamSavesBackByteEqual) {
     }
     EXPECT_GT(checked, 20);
 }
+
+TEST(LibraryStream, ALoadedRecordSavesInAnotherVersion) {
+    // Loaded from an extended file (24 default fonts), saved and read back in every version.
+    for (uint32_t target : {test::kV1_1, test::kV1_2, test::kV2_3}) {
+        SCOPED_TRACE(target);
+        auto d = test::DesignOfVersion(0);
+        d->Lib->Load(*test::MemStream(SavedLib(test::kV2_3, true)));
+        d->Lib->Fonts.AddFont(10, 0, false, false, false, false, "Arial");
+        d->Version = target;
+        test::Bytes b = test::SaveBytes(*d->Lib);
+        auto back = test::DesignOfVersion(0);
+        auto s = test::MemStream(b);
+        back->Lib->Load(*s);
+        EXPECT_EQ(s->Remaining(), 0u);
+        EXPECT_EQ(back->Version, target);
+        EXPECT_TRUE(back->Lib->IsLibrary());
+        EXPECT_EQ(back->Lib->Fonts.Count(), 1);
+        EXPECT_EQ(back->Lib->Strings, d->Lib->Strings);
+        EXPECT_EQ(back->Lib->DefaultFonts[13], 2);
+    }
+}
