@@ -13,6 +13,17 @@
 #include <fstream>
 #include <sstream>
 
+#if defined(__SANITIZE_ADDRESS__)
+#define ORCADX_LEAK_CHECK 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define ORCADX_LEAK_CHECK 1
+#endif
+#endif
+#ifdef ORCADX_LEAK_CHECK
+#include <sanitizer/lsan_interface.h>
+#endif
+
 namespace orcadx::test {
 
 namespace {
@@ -60,6 +71,14 @@ void WriteAll(int fd, const void* data, size_t size) {
     }
     uint64_t after = StatusBytes("VmHWM");
     uint64_t peak = after > before ? after - before : 0;
+#ifdef ORCADX_LEAK_CHECK
+    // The child leaves by _exit, which skips the sanitizer's own check at exit: what the load left
+    // behind unreachable is looked for here (the report goes to stderr).
+    if (__lsan_do_recoverable_leak_check() != 0 && kind != IsolatedResult::Escaped) {
+        kind = IsolatedResult::Leaked;
+        message = "memory leaked (see the sanitizer's report); " + message;
+    }
+#endif
     int32_t k = kind;
     uint32_t len = static_cast<uint32_t>(message.size());
     WriteAll(fd, &k, sizeof k);
@@ -143,7 +162,7 @@ IsolatedResult RunIsolated(const std::function<fuzz::LoadResult()>& load, const 
 }
 
 std::string Describe(const IsolatedResult& r) {
-    static const char* names[] = {"loaded", "refused", "escaped", "crashed", "timed out"};
+    static const char* names[] = {"loaded", "refused", "escaped", "crashed", "timed out", "leaked"};
     std::ostringstream out;
     out << names[r.kind] << ", peak +" << r.peakBytes / 1024 << " KiB";
     if (!r.message.empty()) out << ": " << r.message;

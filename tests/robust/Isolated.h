@@ -16,13 +16,14 @@ struct Bounds {
 };
 
 struct IsolatedResult {
-    enum Kind { Loaded, Refused, Escaped, Crashed, TimedOut } kind = Crashed;
+    enum Kind { Loaded, Refused, Escaped, Crashed, TimedOut, Leaked } kind = Crashed;
     std::string message;   // the failure's message, the escaped exception's text, or the signal
     uint64_t peakBytes = 0;  // growth of the child's resident set during the load
 };
 
 // Runs `load` in a forked child. Refused: it raised Exception with a message. Escaped: anything
 // else was thrown. Crashed: the child died or exited abnormally (a sanitizer report, a signal).
+// Leaked (sanitizer builds only): the load left unreachable memory behind.
 IsolatedResult RunIsolated(const std::function<fuzz::LoadResult()>& load, const Bounds& bounds);
 
 std::string Describe(const IsolatedResult& r);
