@@ -345,34 +345,41 @@ HResult IsStorageFile(const std::string& fileName) {
     return std::memcmp(head, sig, 8) == 0 ? kS_OK : kS_FALSE;
 }
 
+namespace {
+
+// Puts right, in a copy about to be read, what the reader of compound files would mishandle:
+//  - the root entry's sibling links. The root has no siblings, and nothing reads them; a damaged
+//    file that sets them makes libgsf build entries that belong to no storage and are never freed.
+void RepairForReading(std::vector<uint8_t>& bytes) {
+    if (bytes.size() < 512) return;
+    auto u32 = [&](size_t at) {
+        return bytes[at] | (bytes[at + 1] << 8) | (bytes[at + 2] << 16) | (uint32_t(bytes[at + 3]) << 24);
+    };
+    unsigned shift = bytes[0x1E] | (bytes[0x1F] << 8);
+    if (shift != 9 && shift != 12) return;  // refused by the reader anyway
+    uint64_t firstDir = u32(0x30);
+    uint64_t root = (firstDir + 1) << shift;
+    if (firstDir >= 0xFFFFFFFA || root + 128 > bytes.size()) return;
+    for (size_t link : {root + 0x44, root + 0x48})
+        for (size_t i = 0; i < 4; ++i) bytes[link + i] = 0xFF;
+}
+
+}  // namespace
+
+// The file is read whole into memory: a design is held in memory anyway, and the reader then
+// works on bytes that can be checked and repaired first.
 HResult OpenStorageFile(const std::string& fileName, uint32_t /*mode*/, std::unique_ptr<CfbStorage>* out) {
     out->reset();
-    EnsureGsf();
     HResult hr = IsStorageFile(fileName);
     if (hr != kS_OK) return hr == kS_FALSE ? kSTG_E_INVALIDHEADER : hr;
-    auto state = std::make_shared<FileState>();
-    GError* err = nullptr;
-    state->source = gsf_input_stdio_new(fileName.c_str(), &err);
-    if (!state->source) {
-        if (err) g_error_free(err);
-        return kSTG_E_FILENOTFOUND;
-    }
-    state->sourceSize = static_cast<uint64_t>(std::max<gsf_off_t>(0, gsf_input_size(state->source)));
-    std::unique_ptr<CfbStorage> s(new CfbStorage());
-    GError* err2 = nullptr;
-    GsfInfile* root = gsf_infile_msole_new(state->source, &err2);
-    if (!root) {
-        if (err2) g_error_free(err2);
-        return kSTG_E_INVALIDHEADER;
-    }
-    state->root = root;
-    g_object_ref(root);
-    s->infile_ = root;
-    s->file_ = state;
-    s->isRoot_ = true;
-    s->name_ = "Root Entry";
-    *out = std::move(s);
-    return kS_OK;
+    std::ifstream in(fileName, std::ios::binary | std::ios::ate);
+    if (!in) return kSTG_E_FILENOTFOUND;
+    std::streamoff size = in.tellg();
+    if (size < 0) return kSTG_E_READFAULT;
+    std::vector<uint8_t> bytes(static_cast<size_t>(size));
+    in.seekg(0);
+    if (!in.read(reinterpret_cast<char*>(bytes.data()), size)) return kSTG_E_READFAULT;
+    return OpenStorageMemory(std::move(bytes), out);
 }
 
 HResult OpenStorageMemory(std::vector<uint8_t> bytes, std::unique_ptr<CfbStorage>* out) {
@@ -380,6 +387,7 @@ HResult OpenStorageMemory(std::vector<uint8_t> bytes, std::unique_ptr<CfbStorage
     EnsureGsf();
     auto state = std::make_shared<FileState>();
     state->memory = std::move(bytes);
+    RepairForReading(state->memory);
     state->sourceSize = state->memory.size();
     state->source = gsf_input_memory_new(state->memory.data(), static_cast<gsf_off_t>(state->memory.size()), FALSE);
     if (!state->source) return kSTG_E_INSUFFICIENTMEMORY;

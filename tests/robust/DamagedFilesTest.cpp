@@ -336,6 +336,9 @@ TEST_F(DamagedFiles, DirectoryDamaged) {
             }
         }
         size_t root = l.entries[0].offset;
+        // The root has no siblings; links set there once left entries of no storage behind.
+        set("root's left sibling is a stream", root + 0x44, static_cast<uint32_t>(s.streams[0].second));
+        set("root's right sibling is the root's child", root + 0x48, l.entries[0].child);
         set("root's child is the root", root + 0x4C, 0);
         set("root's child beyond the directory", root + 0x4C, 0x00FFFFFF);
         set("root's mini stream length 2^32-1", root + 0x78, 0xFFFFFFFF);
