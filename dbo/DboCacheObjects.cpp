@@ -252,6 +252,33 @@ void TDboCacheItemList::SortByName() {
         return CompareTextNoCase(static_cast<const TDboCacheItem*>(a)->Name,
                                  static_cast<const TDboCacheItem*>(b)->Name) < 0;
     });
+    sortedByName_ = true;
+}
+
+void TDboCacheItemList::Add(std::unique_ptr<TDboStorableObject> item) {
+    sortedByName_ = false;
+    TDboStorableList::Add(std::move(item));
+}
+
+TDboCacheItem* TDboCacheItemList::FindNamed(const std::string& name, bool exactCase) const {
+    auto matches = [&](const TDboStorableObject* object) {
+        auto* item = static_cast<const TDboCacheItem*>(object);
+        return item && (exactCase ? item->Name == name : SameTextNoCase(item->Name, name));
+    };
+    if (!sortedByName_) {
+        for (const auto& item : Items)
+            if (matches(item.get())) return static_cast<TDboCacheItem*>(item.get());
+        return nullptr;
+    }
+    // Sorted: the names equal without case stand together (null items at the end), in list order,
+    // and an exact match can only be among them.
+    auto before = [](const std::unique_ptr<TDboStorableObject>& item, const std::string& key) {
+        return item && CompareTextNoCase(static_cast<const TDboCacheItem*>(item.get())->Name, key) < 0;
+    };
+    for (auto it = std::lower_bound(Items.begin(), Items.end(), name, before);
+         it != Items.end() && *it && SameTextNoCase(static_cast<const TDboCacheItem*>(it->get())->Name, name); ++it)
+        if (matches(it->get())) return static_cast<TDboCacheItem*>(it->get());
+    return nullptr;
 }
 
 TDboCacheItem* TDboCacheItemList::AddItem(const std::string& name, std::unique_ptr<TDboCacheElement> element) {
@@ -310,19 +337,11 @@ void TDboCache::WriteAscii(TAsciiWriter& writer) {
 }
 
 TDboCacheItem* TDboCache::FindItemByName(const std::string& name, const TDboCacheItemList& list) {
-    for (int i = 0; i < list.Count(); ++i) {
-        TDboCacheItem* item = list.GetCacheItems(i);
-        if (item && SameTextNoCase(item->Name, name)) return item;
-    }
-    return nullptr;
+    return list.FindNamed(name, false);
 }
 
 TDboCacheItem* TDboCache::FindItemByNameCaseSensitive(const std::string& name, const TDboCacheItemList& list) {
-    for (int i = 0; i < list.Count(); ++i) {
-        TDboCacheItem* item = list.GetCacheItems(i);
-        if (item && item->Name == name) return item;
-    }
-    return nullptr;
+    return list.FindNamed(name, true);
 }
 
 TDboCacheSymbol* TDboCache::AddSymbol(std::unique_ptr<TDboLibSymbol> symbol) {
@@ -407,19 +426,18 @@ std::unique_ptr<TDboLibPackage> TDboCache::TakePackage(const std::string& name, 
 }
 
 bool TDboCache::GetPackagesForComponent(TDboCachePartInfo& element, TDboLibComponent& component) {
+    // The package names, sorted without case and without duplicates; of names equal but for case
+    // the first one met stays.
     std::vector<std::string> names;
-    if (element.PartInfo) {
-        for (int i = 0; i < element.PartInfo->Parts.Count(); ++i) {
-            const TDboLibPart* part = element.PartInfo->Parts.GetParts(i);
-            if (!part) continue;
-            bool known = std::any_of(names.begin(), names.end(),
-                                     [&](const std::string& n) { return SameTextNoCase(n, part->PkgName); });
-            if (!known) names.push_back(part->PkgName);
-        }
-    }
+    if (element.PartInfo)
+        for (int i = 0; i < element.PartInfo->Parts.Count(); ++i)
+            if (const TDboLibPart* part = element.PartInfo->Parts.GetParts(i)) names.push_back(part->PkgName);
     if (names.empty()) return false;
-    std::sort(names.begin(), names.end(),
-              [](const std::string& a, const std::string& b) { return CompareTextNoCase(a, b) < 0; });
+    std::stable_sort(names.begin(), names.end(),
+                     [](const std::string& a, const std::string& b) { return CompareTextNoCase(a, b) < 0; });
+    names.erase(std::unique(names.begin(), names.end(),
+                            [](const std::string& a, const std::string& b) { return SameTextNoCase(a, b); }),
+                names.end());
     for (const std::string& name : names)
         if (auto package = TakePackage(name, element.LibPath)) component.Packages.Add(std::move(package));
     return component.Packages.Count() == static_cast<int>(names.size());

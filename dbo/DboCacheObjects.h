@@ -157,6 +157,14 @@ public:
     void SortByName();
     // A new item named `name` holding `element` alone.
     TDboCacheItem* AddItem(const std::string& name, std::unique_ptr<TDboCacheElement> element);
+    void Add(std::unique_ptr<TDboStorableObject> item) override;
+    // The first item whose Name equals `name` (exactly, or with case ignored); null if none. A list
+    // sorted by name is searched by bisection, any other from its start.
+    TDboCacheItem* FindNamed(const std::string& name, bool exactCase) const;
+
+private:
+    // True from SortByName until an item is added: the name searches may then bisect.
+    bool sortedByName_ = false;
 };
 
 class TDboCacheSymbolList : public TDboCacheItemList {
