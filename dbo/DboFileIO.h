@@ -4,6 +4,7 @@
 // error messages.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <stdexcept>
@@ -58,6 +59,16 @@ public:
     // Reads `size` bytes into `out`; a size past the end of the stream raises before anything
     // is allocated.
     int ReadData(std::string_view name, std::vector<uint8_t>& out, uint64_t size);
+
+    // A fixed block of bytes, as records keep the fields whose role only Capture knows.
+    template <size_t N>
+    int ReadData(std::string_view name, std::array<uint8_t, N>& block) {
+        return ReadData(name, block.data(), static_cast<uint32_t>(N));
+    }
+    template <size_t N>
+    int WriteData(std::string_view name, const std::array<uint8_t, N>& block) {
+        return WriteData(name, block.data(), static_cast<uint32_t>(N));
+    }
 
     // Signed and unsigned variants of the same primitives, for fields of either kind.
     int ReadWord(std::string_view name, int16_t& value);

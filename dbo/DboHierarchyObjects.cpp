@@ -115,7 +115,7 @@ int TDboHierarchyRecord::Load(TDboIStream& stream) {
     LoadHeader(stream);
     stream.ReadInt("RecordID", RecordID);
     stream.ReadInt("SearchIndex", SearchIndex);
-    if (Headered()) stream.ReadData("UnknownB9", UnknownB9.data(), static_cast<uint32_t>(UnknownB9.size()));
+    if (Headered()) stream.ReadData("UnknownB9", UnknownB9);
     stream.ReadStr("ImplementationName", ImplementationName);
     stream.ReadStr("PartReference", PartReference);
     stream.ReadWord("PartIDIndex", PartIDIndex);
@@ -149,14 +149,14 @@ void TDboHierarchy::Initialize() {
 
 int TDboHierarchy::Load(TDboIStream& stream) {
     const bool headered = Headered();
-    if (headered) stream.ReadData("UnknownB9", UnknownB9.data(), static_cast<uint32_t>(UnknownB9.size()));
+    if (headered) stream.ReadData("UnknownB9", UnknownB9);
     stream.ReadStr("ImplementationName", ImplementationName);
     if (headered) {
-        stream.ReadData("UnknownB7", UnknownB7.data(), static_cast<uint32_t>(UnknownB7.size()));
+        stream.ReadData("UnknownB7", UnknownB7);
         PartReference = ImplementationName;
     } else {
         stream.ReadStr("PartReference", PartReference);
-        stream.ReadData("UnknownB2", UnknownB2.data(), static_cast<uint32_t>(UnknownB2.size()));
+        stream.ReadData("UnknownB2", UnknownB2);
     }
     Pins.Load(stream);
     Nets.Load(stream);

@@ -16,16 +16,6 @@ namespace {
 // The library path of the design as a string index; 0 for an object without a design.
 int LibPathIndex(TDboBaseDesign* design) { return design ? design->AddString(design->LibPath()) : 0; }
 
-template <size_t N>
-void ReadBlock(TDboIStream& stream, std::string_view name, std::array<uint8_t, N>& block) {
-    stream.ReadData(name, block.data(), static_cast<uint32_t>(N));
-}
-
-template <size_t N>
-void WriteBlock(TDboIStream& stream, std::string_view name, const std::array<uint8_t, N>& block) {
-    stream.WriteData(name, block.data(), static_cast<uint32_t>(N));
-}
-
 // A 16-bit string index stored as a Word, widened without sign.
 void ReadWordIndex(TDboIStream& stream, std::string_view name, int32_t& value) {
     uint16_t w;
@@ -449,7 +439,7 @@ int TDboTitleBlock::Load(TDboIStream& stream) {
     stream.ReadWord("RotColMirr", RotColMirr);
     stream.ReadWord("ID_W", ID_W);
     LoadVisibleProps(stream);
-    ReadBlock(stream, "UnknownB13", UnknownB13);
+    stream.ReadData("UnknownB13", UnknownB13);
     return 0;
 }
 
@@ -468,7 +458,7 @@ int TDboTitleBlock::Save(TDboIStream& stream) {
     stream.WriteWord("RotColMirr", RotColMirr);
     stream.WriteWord("ID_W", ID_W);
     SaveVisibleProps(stream);
-    WriteBlock(stream, "UnknownB13", UnknownB13);
+    stream.WriteData("UnknownB13", UnknownB13);
     return 0;
 }
 
@@ -482,14 +472,14 @@ void TDboTitleBlock::SetSrcLib(const std::string& path) { SrcLib = static_cast<u
 
 int TDboDRCMark::Load(TDboIStream& stream) {
     LoadHeader(stream);
-    ReadBlock(stream, "UnknownB8", UnknownB8);
+    stream.ReadData("UnknownB8", UnknownB8);
     stream.ReadStr("Name", Name);
-    if (Headered()) ReadBlock(stream, "UnknownB6", UnknownB6);
-    else ReadBlock(stream, "UnknownB12", UnknownB12);
+    if (Headered()) stream.ReadData("UnknownB6", UnknownB6);
+    else stream.ReadData("UnknownB12", UnknownB12);
     stream.ReadWord("LocX", LocX);
     stream.ReadWord("LocY", LocY);
-    if (Headered()) ReadBlock(stream, "UnknownB13", UnknownB13);
-    else ReadBlock(stream, "UnknownB7", UnknownB7);
+    if (Headered()) stream.ReadData("UnknownB13", UnknownB13);
+    else stream.ReadData("UnknownB7", UnknownB7);
     stream.ReadStr("Info1", Info1);
     stream.ReadStr("Info2", Info2);
     stream.ReadStr("Info3", Info3);
@@ -499,12 +489,12 @@ int TDboDRCMark::Load(TDboIStream& stream) {
 int TDboDRCMark::Save(TDboIStream& stream) {
     if (Headered()) NeedImplemented();
     SaveHeader(stream);
-    WriteBlock(stream, "UnknownB8", UnknownB8);
+    stream.WriteData("UnknownB8", UnknownB8);
     stream.WriteStr("Name", Name);
-    WriteBlock(stream, "UnknownB12", UnknownB12);
+    stream.WriteData("UnknownB12", UnknownB12);
     WriteWord(stream, "LocX", LocX);
     WriteWord(stream, "LocY", LocY);
-    WriteBlock(stream, "UnknownB7", UnknownB7);
+    stream.WriteData("UnknownB7", UnknownB7);
     stream.WriteStr("Info1", Info1);
     stream.WriteStr("Info2", Info2);
     stream.WriteStr("Info3", Info3);
@@ -524,18 +514,18 @@ int TDboBookMark::Load(TDboIStream& stream) {
         stream.ReadInt("UnknownInt", UnknownInt);
         stream.ReadWord("LocX", LocX);
         stream.ReadWord("LocY", LocY);
-        ReadBlock(stream, "Unknown Data", UnknownData);
+        stream.ReadData("Unknown Data", UnknownData);
         return 0;
     }
     stream.ReadWord("UnknownW", UnknownW);
     ReadWordIndex(stream, "NameIdx", NameIdx);
     ReadWordIndex(stream, "FNameIdx", FNameIdx);
-    ReadBlock(stream, "UnknownB4", UnknownB4);
+    stream.ReadData("UnknownB4", UnknownB4);
     stream.ReadStr("TxtID", TxtID);
-    ReadBlock(stream, "UnknownB12", UnknownB12);
+    stream.ReadData("UnknownB12", UnknownB12);
     stream.ReadWord("LocX", LocX);
     stream.ReadWord("LocY", LocY);
-    ReadBlock(stream, "UnknownB7", UnknownB7);
+    stream.ReadData("UnknownB7", UnknownB7);
     return 0;
 }
 
@@ -545,12 +535,12 @@ int TDboBookMark::Save(TDboIStream& stream) {
     stream.WriteWord("UnknownW", UnknownW);
     stream.WriteWord("NameIdx", static_cast<uint16_t>(NameIdx));
     stream.WriteWord("FNameIdx", static_cast<uint16_t>(FNameIdx));
-    WriteBlock(stream, "UnknownB4", UnknownB4);
+    stream.WriteData("UnknownB4", UnknownB4);
     stream.WriteStr("TxtID", TxtID);
-    WriteBlock(stream, "UnknownB12", UnknownB12);
+    stream.WriteData("UnknownB12", UnknownB12);
     WriteWord(stream, "LocX", LocX);
     WriteWord(stream, "LocY", LocY);
-    WriteBlock(stream, "UnknownB7", UnknownB7);
+    stream.WriteData("UnknownB7", UnknownB7);
     return 0;
 }
 
@@ -839,12 +829,12 @@ int TDboHierarchicalBlock::Load(TDboIStream& stream) {
         stream.ReadInt("ImplementFileIdx", ImplementFileIdx);
         stream.ReadInt("ImplementFolderIdx", ImplementFolderIdx);
     } else {
-        ReadBlock(stream, "UnknownAInt5", UnknownAInt5);
+        stream.ReadData("UnknownAInt5", UnknownAInt5);
         stream.ReadWord("Width", Width);
         stream.ReadWord("Height", Height);
         Pins = Make<TDboPinList>(Design);
         Pins->Load(stream);
-        ReadBlock(stream, "UnknownAInt3", UnknownAInt3);
+        stream.ReadData("UnknownAInt3", UnknownAInt3);
         stream.ReadWord("UnknownW_1", UnknownW_1);
         stream.ReadWord("UnknownW_2", UnknownW_2);
         stream.ReadStr("RefStr", RefStr);
@@ -873,11 +863,11 @@ int TDboHierarchicalBlock::Save(TDboIStream& stream) {
     stream.WriteWord("RotColMirr", RotColMirr);
     stream.WriteWord("ID2", ID2);
     SaveVisibleProps(stream);
-    WriteBlock(stream, "UnknownAInt5", UnknownAInt5);
+    stream.WriteData("UnknownAInt5", UnknownAInt5);
     stream.WriteWord("Width", static_cast<uint16_t>(GetWidth()));
     stream.WriteWord("Height", static_cast<uint16_t>(GetHeight()));
     GetPins()->Save(stream);
-    WriteBlock(stream, "UnknownAInt3", UnknownAInt3);
+    stream.WriteData("UnknownAInt3", UnknownAInt3);
     stream.WriteWord("UnknownW_1", UnknownW_1);
     stream.WriteWord("UnknownW_2", UnknownW_2);
     stream.WriteStr("RefStr", RefStr);

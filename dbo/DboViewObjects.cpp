@@ -32,16 +32,6 @@ constexpr PageSizeEntry kPageSizes[] = {
     {"LETTER", "Custom", 11000, 8500}, {"LEGAL", "Custom", 14000, 8500}, {"TABLOID", "Custom", 17000, 11000},
 };
 
-template <size_t N>
-void ReadBytes(TDboIStream& stream, const char* name, std::array<uint8_t, N>& out) {
-    stream.ReadData(name, out.data(), static_cast<uint32_t>(N));
-}
-
-template <size_t N>
-void WriteBytes(TDboIStream& stream, const char* name, const std::array<uint8_t, N>& data) {
-    stream.WriteData(name, data.data(), static_cast<uint32_t>(N));
-}
-
 }  // namespace
 
 // ---------------------------------------------------------------------------------------------
@@ -91,7 +81,7 @@ void TDboViewDirEntry::Initialize() {
 
 int TDboViewDirEntry::Load(TDboIStream& stream) {
     stream.ReadStr("Name", Name);
-    ReadBytes(stream, "UnknownData", UnknownData);
+    stream.ReadData("UnknownData", UnknownData);
 
     if (!Design || !Design->Storage)
         throw Exception(fmt::format("View {} can't be read: the design has no open storage", Name));
@@ -112,7 +102,7 @@ int TDboViewDirEntry::Load(TDboIStream& stream) {
 
 int TDboViewDirEntry::Save(TDboIStream& stream) {
     stream.WriteStr("Name", Name);
-    WriteBytes(stream, "UnknownData", UnknownData);
+    stream.WriteData("UnknownData", UnknownData);
 
     if (!Owner || !Owner->ViewsStorage)
         throw Exception(fmt::format("View {} can't be saved: its list has no storage \"Views\" open", Name));
@@ -273,7 +263,7 @@ int TDboPage::Load(TDboIStream& stream) {
     stream.ReadStr("PageSize", PageSize);
     stream.ReadInt("lTime", lTime);
     stream.ReadInt("hTime", hTime);
-    ReadBytes(stream, "UnknownB16", UnknownB16);
+    stream.ReadData("UnknownB16", UnknownB16);
     stream.ReadInt("Width", Width);
     stream.ReadInt("Height", Height);
     stream.ReadInt("Pin2PinSpacing", Pin2PinSpacing);
@@ -285,7 +275,7 @@ int TDboPage::Load(TDboIStream& stream) {
     stream.ReadInt("GridVertWidth", GridVertWidth);
     stream.ReadInt("GridDispColor", GridDispColor);
     stream.ReadInt("GridPrintColor", GridPrintColor);
-    ReadBytes(stream, "UnknownB32", UnknownB32);
+    stream.ReadData("UnknownB32", UnknownB32);
     stream.ReadInt("Unknown6", Unknown6);
     stream.ReadInt("Unknown7", Unknown7);
     stream.ReadInt("GridHorAlpha", GridHorAlpha);
@@ -328,7 +318,7 @@ int TDboPage::Save(TDboIStream& stream) {
     stream.WriteStr("PageSize", PageSize);
     stream.WriteInt("lTime", lTime);
     stream.WriteInt("hTime", hTime);
-    WriteBytes(stream, "UnknownB16", UnknownB16);
+    stream.WriteData("UnknownB16", UnknownB16);
     stream.WriteInt("Width", Width);
     stream.WriteInt("Height", Height);
     stream.WriteInt("Pin2PinSpacing", Pin2PinSpacing);
@@ -340,7 +330,7 @@ int TDboPage::Save(TDboIStream& stream) {
     stream.WriteInt("GridVertWidth", GridVertWidth);
     stream.WriteInt("GridDispColor", GridDispColor);
     stream.WriteInt("GridPrintColor", GridPrintColor);
-    WriteBytes(stream, "UnknownB32", UnknownB32);
+    stream.WriteData("UnknownB32", UnknownB32);
     stream.WriteInt("Unknown6", Unknown6);
     stream.WriteInt("Unknown7", Unknown7);
     stream.WriteInt("GridHorAlpha", GridHorAlpha);
