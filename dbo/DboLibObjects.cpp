@@ -438,13 +438,13 @@ int TDboLibComponent::PartCount() const { return PartInfo ? PartInfo->Parts.Coun
 
 int TDboLibPkgDirEntry::Load(TDboIStream& stream) {
     stream.ReadStr("EntryName", EntryName);
-    stream.ReadData("UnknownB22", UnknownB22.data(), static_cast<uint32_t>(UnknownB22.size()));
+    stream.ReadData("UnknownB22", UnknownB22);
     return 0;
 }
 
 int TDboLibPkgDirEntry::Save(TDboIStream& stream) {
     stream.WriteStr("EntryName", EntryName);
-    stream.WriteData("UnknownB22", UnknownB22.data(), static_cast<uint32_t>(UnknownB22.size()));
+    stream.WriteData("UnknownB22", UnknownB22);
     return 0;
 }
 
@@ -474,14 +474,14 @@ void TDboLibSymbolDirEntry::Initialize() {
 int TDboLibSymbolDirEntry::Load(TDboIStream& stream) {
     stream.ReadStr("SymbolName", SymbolName);
     stream.ReadWord("SymbolID", SymbolID);
-    stream.ReadData("UnknownData", UnknownData.data(), static_cast<uint32_t>(UnknownData.size()));
+    stream.ReadData("UnknownData", UnknownData);
     return 0;
 }
 
 int TDboLibSymbolDirEntry::Save(TDboIStream& stream) {
     stream.WriteStr("SymbolName", SymbolName);
     stream.WriteWord("SymbolID", SymbolID);
-    stream.WriteData("UnknownData", UnknownData.data(), static_cast<uint32_t>(UnknownData.size()));
+    stream.WriteData("UnknownData", UnknownData);
     return 0;
 }
 
