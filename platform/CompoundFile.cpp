@@ -226,20 +226,29 @@ HResult CfbStorage::OpenStream(const std::string& name, uint32_t /*mode*/, std::
     return kS_OK;
 }
 
-HResult CfbStorage::CreateStorage(const std::string& name, uint32_t mode, std::unique_ptr<CfbStorage>* out) {
-    out->reset();
+HResult CfbStorage::NewChild(const std::string& name, uint32_t mode, bool isStorage, std::shared_ptr<Node>* child) {
     if (!node_) return kSTG_E_ACCESSDENIED;
     if (!ValidName(name)) return kSTG_E_INVALIDNAME;
     auto& kids = node_->children;
-    auto it = std::find_if(kids.begin(), kids.end(), [&](const auto& c) { return platform::SameTextNoCase(c->name, name); });
+    auto it = std::find_if(kids.begin(), kids.end(),
+                           [&](const auto& c) { return platform::SameTextNoCase(c->name, name); });
     if (it != kids.end()) {
+        // Creating a name that exists replaces it, storage or stream, when asked to.
         if (!(mode & kSTGM_CREATE)) return kSTG_E_ACCESSDENIED;
         kids.erase(it);
     }
-    auto child = std::make_shared<Node>();
-    child->name = name;
-    child->isStorage = true;
-    kids.push_back(child);
+    *child = std::make_shared<Node>();
+    (*child)->name = name;
+    (*child)->isStorage = isStorage;
+    kids.push_back(*child);
+    return kS_OK;
+}
+
+HResult CfbStorage::CreateStorage(const std::string& name, uint32_t mode, std::unique_ptr<CfbStorage>* out) {
+    out->reset();
+    std::shared_ptr<Node> child;
+    HResult hr = NewChild(name, mode, true, &child);
+    if (hr != kS_OK) return hr;
     std::unique_ptr<CfbStorage> s(new CfbStorage());
     s->file_ = file_;
     s->node_ = child;
@@ -250,17 +259,9 @@ HResult CfbStorage::CreateStorage(const std::string& name, uint32_t mode, std::u
 
 HResult CfbStorage::CreateStream(const std::string& name, uint32_t mode, std::unique_ptr<CfbStream>* out) {
     out->reset();
-    if (!node_) return kSTG_E_ACCESSDENIED;
-    if (!ValidName(name)) return kSTG_E_INVALIDNAME;
-    auto& kids = node_->children;
-    auto it = std::find_if(kids.begin(), kids.end(), [&](const auto& c) { return platform::SameTextNoCase(c->name, name); });
-    if (it != kids.end()) {
-        if (!(mode & kSTGM_CREATE)) return kSTG_E_ACCESSDENIED;
-        kids.erase(it);
-    }
-    auto child = std::make_shared<Node>();
-    child->name = name;
-    kids.push_back(child);
+    std::shared_ptr<Node> child;
+    HResult hr = NewChild(name, mode, false, &child);
+    if (hr != kS_OK) return hr;
     std::unique_ptr<CfbStream> s(new CfbStream());
     s->file_ = file_;
     s->node_ = child;

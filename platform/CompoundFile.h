@@ -113,6 +113,8 @@ private:
     friend HResult OpenStorageMemory(std::vector<uint8_t>, std::unique_ptr<CfbStorage>*);
     friend HResult CreateStorageFile(const std::string&, uint32_t, std::unique_ptr<CfbStorage>*);
     CfbStorage() = default;
+    // Adds a child to a storage being written, replacing one of the same name under kSTGM_CREATE.
+    HResult NewChild(const std::string& name, uint32_t mode, bool isStorage, std::shared_ptr<Node>* child);
     std::shared_ptr<FileState> file_;
     void* infile_ = nullptr;  // GsfInfile* of a storage being read (reference held)
     std::shared_ptr<Node> node_;
