@@ -335,11 +335,9 @@ void TDboDesign::Save() {
         if (Lib->IsDesign()) {
             for (auto it = Components.rbegin(); it != Components.rend(); ++it) cache->AddComponent(std::move(*it));
             Components.clear();
-            while (Symbols->Count() > 0) {
-                auto symbol = Symbols->SetItems(0, nullptr);
-                Symbols->Items.erase(Symbols->Items.begin());
+            for (auto& symbol : Symbols->Items)
                 cache->AddSymbol(std::unique_ptr<TDboLibSymbol>(static_cast<TDboLibSymbol*>(symbol.release())));
-            }
+            Symbols->Items.clear();
         }
         std::unique_ptr<TDboIStream> s;
         root.CreateStreamSafe("Cache", s);
