@@ -20,17 +20,17 @@ class FontTableWriter {
 public:
     explicit FontTableWriter(SchServer& server) : server_(server) {}
     int32_t IndexOf(int32_t fontId) {
-        FontSpec spec;
-        if (!server_.GetFontSpec(fontId, spec)) return 0;
+        FontSpec fontSpec;
+        if (!server_.GetFontSpec(fontId, fontSpec)) return 0;
         auto it = index_.find(fontId);
         if (it != index_.end()) return it->second;
-        fonts_.push_back(Json{{"size", spec.Size},
-                              {"rotation", spec.Rotation},
-                              {"underline", spec.Underline},
-                              {"italic", spec.Italic},
-                              {"bold", spec.Bold},
-                              {"strikeout", spec.Strikeout},
-                              {"name", spec.FontName}});
+        fonts_.push_back(Json{{"size", fontSpec.Size},
+                              {"rotation", fontSpec.Rotation},
+                              {"underline", fontSpec.Underline},
+                              {"italic", fontSpec.Italic},
+                              {"bold", fontSpec.Bold},
+                              {"strikeout", fontSpec.Strikeout},
+                              {"name", fontSpec.FontName}});
         int32_t index = static_cast<int32_t>(fonts_.size());
         index_[fontId] = index;
         return index;
@@ -138,10 +138,10 @@ std::unique_ptr<ObjectCore> DocumentFromText(SchServer& server, const std::strin
         if (!file["fonts"].is_array()) throw EApiErr("Font table is no list");
         for (const auto& f : file["fonts"]) {
             if (!f.is_object()) throw EApiErr("Font entry is no object");
-            FontSpec spec{f.value("size", 10),        f.value("rotation", 0),   f.value("underline", false),
+            FontSpec fontSpec{f.value("size", 10),        f.value("rotation", 0),   f.value("underline", false),
                           f.value("italic", false),   f.value("bold", false),   f.value("strikeout", false),
                           f.value("name", std::string("Times New Roman"))};
-            fontIds.push_back(server.FontIdOf(spec));
+            fontIds.push_back(server.FontIdOf(fontSpec));
         }
     }
     if (!file.contains("document")) throw EApiErr("Not a document: no document object");

@@ -725,7 +725,7 @@ public:
     virtual int32_t GetFontID(int32_t size, int32_t rotation, bool underline, bool italic, bool bold,
                               bool strikeout, const std::string& fontName) = 0;
     virtual int32_t GetFontCount() = 0;
-    virtual bool GetFontSpec(int32_t fontId, FontSpec& spec) = 0;
+    virtual bool GetFontSpec(int32_t fontId, FontSpec& fontSpec) = 0;
     virtual int32_t GetFontSize(int32_t fontId) = 0;
     // Text extent in device pixels of the host's text geometry, three pixels to the point (so that
     // pixels / 3 * 100000 gives host units); false when the id is unknown.

@@ -149,33 +149,33 @@ ISch_Component* SchServer::LoadComponent(const std::string& name, const std::str
 
 int32_t SchServer::GetFontID(int32_t size, int32_t rotation, bool underline, bool italic, bool bold, bool strikeout,
                              const std::string& fontName) {
-    FontSpec spec{size, rotation, underline, italic, bold, strikeout, fontName};
-    return FontIdOf(spec);
+    FontSpec fontSpec{size, rotation, underline, italic, bold, strikeout, fontName};
+    return FontIdOf(fontSpec);
 }
 
-int32_t SchServer::FontIdOf(const FontSpec& spec) {
+int32_t SchServer::FontIdOf(const FontSpec& fontSpec) {
     for (size_t i = 1; i < fonts_.size(); ++i)
-        if (fonts_[i] == spec) return static_cast<int32_t>(i);
-    fonts_.push_back(spec);
+        if (fonts_[i] == fontSpec) return static_cast<int32_t>(i);
+    fonts_.push_back(fontSpec);
     return static_cast<int32_t>(fonts_.size() - 1);
 }
 
-bool SchServer::GetFontSpec(int32_t fontId, FontSpec& spec) {
+bool SchServer::GetFontSpec(int32_t fontId, FontSpec& fontSpec) {
     if (fontId < 1 || fontId >= GetFontCount()) return false;
-    spec = fonts_[fontId];
+    fontSpec = fonts_[fontId];
     return true;
 }
 
 int32_t SchServer::GetFontSize(int32_t fontId) {
-    FontSpec spec;
-    return GetFontSpec(fontId, spec) ? spec.Size : fonts_[1].Size;
+    FontSpec fontSpec;
+    return GetFontSpec(fontId, fontSpec) ? fontSpec.Size : fonts_[1].Size;
 }
 
 bool SchServer::MeasureText(int32_t fontId, const std::string& text, int32_t& width, int32_t& height) {
-    FontSpec spec;
-    if (!GetFontSpec(fontId, spec)) return false;
+    FontSpec fontSpec;
+    if (!GetFontSpec(fontId, fontSpec)) return false;
     int32_t w = 0, h = 0;
-    TextExtent(text, spec.Size, w, h);
+    TextExtent(text, fontSpec.Size, w, h);
     // Three pixels to the point of the host's text geometry.
     width = static_cast<int32_t>(int64_t(w) * 3 / 100000);
     height = static_cast<int32_t>(int64_t(h) * 3 / 100000);

@@ -57,11 +57,11 @@ public:
     int32_t GetFontID(int32_t size, int32_t rotation, bool underline, bool italic, bool bold, bool strikeout,
                       const std::string& fontName) override;
     int32_t GetFontCount() override { return static_cast<int32_t>(fonts_.size()); }
-    bool GetFontSpec(int32_t fontId, FontSpec& spec) override;
+    bool GetFontSpec(int32_t fontId, FontSpec& fontSpec) override;
     int32_t GetFontSize(int32_t fontId) override;
     bool MeasureText(int32_t fontId, const std::string& text, int32_t& width, int32_t& height) override;
     int32_t GetScreenPixelsPerInch() override { return 96; }
-    int32_t FontIdOf(const FontSpec& spec);
+    int32_t FontIdOf(const FontSpec& fontSpec);
 
     // ISch_Preferences
     int32_t GetState_SheetStyleCount() override;

@@ -369,14 +369,14 @@ TEST_F(HostFixture, FontsAndSheetStyles) {
     EXPECT_EQ(fonts->GetFontID(10, 0, false, false, false, false, "Arial"), a);
     EXPECT_GE(a, 1);
     EXPECT_LT(b, fonts->GetFontCount());
-    FontSpec spec;
-    ASSERT_TRUE(fonts->GetFontSpec(b, spec));
-    EXPECT_TRUE(spec.Bold);
-    EXPECT_EQ(spec.FontName, "Arial");
-    EXPECT_FALSE(fonts->GetFontSpec(fonts->GetFontCount(), spec));
+    FontSpec fontSpec;
+    ASSERT_TRUE(fonts->GetFontSpec(b, fontSpec));
+    EXPECT_TRUE(fontSpec.Bold);
+    EXPECT_EQ(fontSpec.FontName, "Arial");
+    EXPECT_FALSE(fonts->GetFontSpec(fonts->GetFontCount(), fontSpec));
     // The default font of new objects is id 1: size 10, Times New Roman.
-    ASSERT_TRUE(fonts->GetFontSpec(1, spec));
-    EXPECT_EQ(spec, FontSpec{});
+    ASSERT_TRUE(fonts->GetFontSpec(1, fontSpec));
+    EXPECT_EQ(fontSpec, FontSpec{});
     int32_t w1 = 0, w2 = 0, h = 0;
     ASSERT_TRUE(fonts->MeasureText(a, "ABCD", w1, h));
     ASSERT_TRUE(fonts->MeasureText(a, "ABCDABCD", w2, h));
