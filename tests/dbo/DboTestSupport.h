@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <string>
@@ -19,6 +20,18 @@ using Bytes = std::vector<uint8_t>;
 constexpr uint32_t kV1_1 = 0x00010001;  // neither extended nor headered
 constexpr uint32_t kV1_2 = 0x00010002;  // extended
 constexpr uint32_t kV2_3 = 0x00020003;  // extended and headered
+constexpr uint32_t kV0_2 = 0x00000002;  // extended, not headered (the oldest sample files)
+
+// The message of the exception of class E that `f` raises, or "no exception".
+template <class E>
+std::string MessageOf(const std::function<void()>& f) {
+    try {
+        f();
+    } catch (const E& e) {
+        return e.what();
+    }
+    return "no exception";
+}
 
 inline std::unique_ptr<dbo::TDboBaseDesign> DesignOfVersion(uint32_t version) {
     auto d = std::make_unique<dbo::TDboBaseDesign>();

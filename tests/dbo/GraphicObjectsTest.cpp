@@ -19,7 +19,8 @@ using test::Bytes;
 
 namespace {
 
-constexpr uint32_t kV0_2 = 0x00000002;  // extended, not headered
+using test::kV0_2;
+using test::MessageOf;
 using Check = std::function<void(TDboLibObject&)>;
 
 // Several values compared at once.
@@ -137,16 +138,6 @@ Bytes CorpusBytes(const std::string& file, std::vector<std::string> path, size_t
     while (!storages.empty()) storages.pop_back();  // children before their parents
     EXPECT_LE(offset + length, all.size());
     return Bytes(all.begin() + offset, all.begin() + std::min(all.size(), offset + length));
-}
-
-template <class E>
-std::string MessageOf(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const E& e) {
-        return e.what();
-    }
-    return "no exception";
 }
 
 Bytes ReadFile(const std::filesystem::path& p) {

@@ -20,17 +20,8 @@ using test::Bytes;
 
 namespace {
 
-constexpr uint32_t kV0_2 = 0x00000002;  // extended, not headered
-
-template <class E>
-std::string MessageOf(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const E& e) {
-        return e.what();
-    }
-    return "no exception";
-}
+using test::kV0_2;
+using test::MessageOf;
 
 // Loads one object of class T from `bytes`; `s` keeps the stream for a look at its position.
 template <class T>
