@@ -10,7 +10,7 @@
 #include "dbo/DboSymbolObjects.h"
 #include "dbo/DboHierarchyObjects.h"
 #include "dbo/DboViewObjects.h"
-#include "entry/Status.h"
+#include "platform/Status.h"
 #include "platform/TextCompare.h"
 
 namespace orcadx::dbo {
@@ -84,7 +84,7 @@ TDboDesign::TDboDesign(const std::string& fileName, host::IHandler_Status* statu
                        host::ILogSection* log)
     : Status(status), PercentShare(percentShare) {
     FileName = fileName;
-    if (log) LogSection = entry::AddSubSection(log, "Load Messages");
+    if (log) LogSection = platform::AddSubSection(log, "Load Messages");
     PkgDir = Make<TDboLibPkgDirEntryList>(this);
     Symbols = Make<TDboLibSymbolList>(this);
     SymbolDir = Make<TDboLibSymbolDirList>(this);
@@ -103,18 +103,18 @@ bool TDboDesign::IsValid() const { return Lib->IsValid(); }
 
 void TDboDesign::Report(int& steps, int newSteps) {
     steps = newSteps;
-    entry::StatusReporter(Status).Advance(static_cast<int32_t>(entry::RoundHalfEven(PercentShare / 5.0)));
+    platform::StatusReporter(Status).Advance(static_cast<int32_t>(platform::RoundHalfEven(PercentShare / 5.0)));
 }
 
 bool TDboDesign::Load(bool headerOnly) {
     if (MemoryImage.empty()) OpenRootStorage(FileName, Storage);
     else OpenRootStorageFromMemory(MemoryImage, FileName, Storage);
-    entry::StatusReporter status(Status);
+    platform::StatusReporter status(Status);
     int steps = 0;
     int fileEntriesStart = 0;
     bool result = false;
     auto finish = [&] {
-        status.Advance(static_cast<int32_t>(entry::RoundHalfEven(PercentShare * (5 - steps) / 5.0)));
+        status.Advance(static_cast<int32_t>(platform::RoundHalfEven(PercentShare * (5 - steps) / 5.0)));
         status.End();
         Storage.reset();
     };

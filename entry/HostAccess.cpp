@@ -1,6 +1,6 @@
 #include "entry/HostAccess.h"
 
-#include "entry/Status.h"
+#include "platform/Status.h"
 
 namespace orcadx::entry {
 
@@ -10,7 +10,7 @@ host::IHostApplication* g_host = nullptr;
 
 void SetHostApplication(host::IHostApplication* host) {
     g_host = host;
-    SetAnalyticsMonitor(host ? host->Analytics() : nullptr);
+    platform::SetAnalyticsMonitor(host ? host->Analytics() : nullptr);
 }
 
 host::IHostApplication* HostApplication() { return g_host; }

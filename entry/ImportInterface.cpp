@@ -3,8 +3,8 @@
 
 #include "entry/FileTest.h"
 #include "entry/HostAccess.h"
-#include "entry/Parameters.h"
-#include "entry/Status.h"
+#include "platform/Parameters.h"
+#include "platform/Status.h"
 #include "entry/TranslatorApi.h"
 #include "platform/CodePage.h"
 
@@ -36,7 +36,7 @@ void ImportDSN(const WideChar* FileName, host::IOrcadImporterOption*, host::IHan
                const WideChar*, host::IProject*, uint8_t*) {
     if (!IsValidDSN(FileName)) return;
     try {
-        entry::LogMessage(Log, host::kLogError, std::string("Design import: ") + kNotAvailable);
+        platform::LogMessage(Log, host::kLogError, std::string("Design import: ") + kNotAvailable);
     } catch (...) {
     }
 }
@@ -45,7 +45,7 @@ void ImportOLB(const WideChar* FileName, host::IOrcadImporterOption*, host::IHan
                const WideChar*, host::IProject*, uint8_t*) {
     if (!IsValidOLB(FileName)) return;
     try {
-        entry::LogMessage(Log, host::kLogError, std::string("Library import: ") + kNotAvailable);
+        platform::LogMessage(Log, host::kLogError, std::string("Library import: ") + kNotAvailable);
     } catch (...) {
     }
 }
@@ -57,8 +57,8 @@ bool OrCad71Saver(const WideChar*) { return false; }
 bool OrCad71Validator(const WideChar* Parameters) {
     std::string parameters = Narrow(Parameters);
     if (parameters.empty()) return false;
-    std::string fileName = entry::GetParameterValue(parameters, "FileName");
-    std::string fileType = entry::GetParameterValue(parameters, "FileType");
+    std::string fileName = platform::GetParameterValue(parameters, "FileName");
+    std::string fileType = platform::GetParameterValue(parameters, "FileType");
     if (fileName.empty() || fileType.empty() || !entry::FileExists(fileName)) return false;
     if (fileType == "DSN") return entry::HasExtension(fileName, ".DSN") && entry::HeaderTest(fileName);
     if (fileType == "OLB") return entry::HasExtension(fileName, ".OLB") && entry::HeaderTest(fileName);

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,12 @@ namespace orcadx::host {
 using HResult = int32_t;
 constexpr HResult kOk = 0;
 constexpr HResult kFail = static_cast<HResult>(0x80004005u);
+
+// Raised when the host reports a failure (a failing result code or a refused call).
+class EApiErr : public std::runtime_error {
+public:
+    explicit EApiErr(const std::string& message) : std::runtime_error(message) {}
+};
 
 // Progress and status line of a running translation.
 class IHandler_Status {

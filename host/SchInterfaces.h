@@ -21,6 +21,8 @@
 #include <string>
 #include <vector>
 
+#include "host/HostInterfaces.h"
+
 namespace orcadx::host {
 
 // Object kinds, as GetState_ObjectId reports them.
@@ -113,12 +115,6 @@ struct CoordRect {
     int32_t X2 = 0;
     int32_t Y2 = 0;
     friend bool operator==(const CoordRect&, const CoordRect&) = default;
-};
-
-// Raised when the host reports a failure.
-class EApiErr : public std::runtime_error {
-public:
-    explicit EApiErr(const std::string& message) : std::runtime_error(message) {}
 };
 
 using ObjectSet = std::vector<int32_t>;

@@ -5,11 +5,11 @@
 #include <map>
 #include <vector>
 
-#include "entry/Parameters.h"
-#include "entry/Status.h"
+#include "platform/Parameters.h"
+#include "platform/Status.h"
 
 using namespace orcadx;
-using namespace orcadx::entry;
+using namespace orcadx::platform;
 
 namespace {
 

@@ -5,16 +5,11 @@
 #include <cstdint>
 #include <string>
 
-#include "dbo/DboFileIO.h"
 #include "host/HostInterfaces.h"
 
-namespace orcadx::entry {
+namespace orcadx::platform {
 
-// An error reported by the host's interface (a failing result code).
-class EApiErr : public dbo::Exception {
-public:
-    explicit EApiErr(const std::string& message) : dbo::Exception(message) {}
-};
+using host::EApiErr;
 
 // Raises EApiErr when a host call failed.
 void CheckHost(host::HResult result, const char* operation);
@@ -74,4 +69,4 @@ void AnalyticsStart(const std::string& key);
 void AnalyticsSuccess(const std::string& key, int64_t count);
 void AnalyticsFailure(const std::string& key);
 
-}  // namespace orcadx::entry
+}  // namespace orcadx::platform

@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace orcadx::entry {
+namespace orcadx::platform {
 
 // The value of `name` in `parameters` (names compare without case; blanks around names and values
 // are dropped), or an empty string.
@@ -12,4 +12,4 @@ std::string GetParameterValue(const std::string& parameters, const std::string& 
 // Joins pairs the way the module itself builds parameter strings: with " | ".
 std::string JoinParameters(const std::string& left, const std::string& right);
 
-}  // namespace orcadx::entry
+}  // namespace orcadx::platform

@@ -1,10 +1,10 @@
-#include "entry/Parameters.h"
+#include "platform/Parameters.h"
 
 #include "platform/TextCompare.h"
 
 #include <cctype>
 
-namespace orcadx::entry {
+namespace orcadx::platform {
 
 namespace {
 
@@ -36,4 +36,4 @@ std::string JoinParameters(const std::string& left, const std::string& right) {
     return left + " | " + right;
 }
 
-}  // namespace orcadx::entry
+}  // namespace orcadx::platform

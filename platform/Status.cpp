@@ -1,11 +1,11 @@
-#include "entry/Status.h"
+#include "platform/Status.h"
 
 #include <fmt/format.h>
 
 #include <cmath>
 #include <cstdlib>
 
-namespace orcadx::entry {
+namespace orcadx::platform {
 
 void CheckHost(host::HResult result, const char* operation) {
     if (result < 0) throw EApiErr(fmt::format("The host failed in {} (code 0x{:08X})", operation,
@@ -90,4 +90,4 @@ void AnalyticsFailure(const std::string& key) {
     g_monitor->SetBooleanValue(kCategory, key + ".Success", false);
 }
 
-}  // namespace orcadx::entry
+}  // namespace orcadx::platform
