@@ -54,5 +54,8 @@ void AddAnalyzeCommand(CLI::App& app) __attribute__((weak));
 void AddImportCommand(CLI::App& app) __attribute__((weak));
 void AddExportCommand(CLI::App& app) __attribute__((weak));
 void AddRenderCommand(CLI::App& app) __attribute__((weak));
+void AddSimCommand(CLI::App& app) __attribute__((weak));
+void AddNetlistCommand(CLI::App& app) __attribute__((weak));
+void AddBomCommand(CLI::App& app) __attribute__((weak));
 
 }  // namespace orcadx::cli

@@ -51,7 +51,7 @@ int main(int argc, char** argv) {
     app.add_flag("-q,--quiet", ctx.quiet, "No progress output");
     app.add_flag("-v,--verbose", ctx.verbose, "Print the log even when it holds only information");
     for (auto add : {AddValidateCommand, AddInfoCommand, AddDumpCommand, AddAnalyzeCommand, AddImportCommand,
-                     AddExportCommand, AddRenderCommand})
+                     AddExportCommand, AddRenderCommand, AddSimCommand, AddNetlistCommand, AddBomCommand})
         if (add) add(app);
     try {
         app.parse(argc, argv);
