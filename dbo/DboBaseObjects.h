@@ -22,6 +22,7 @@ class TDboStorableObject;
 // File versions
 
 constexpr uint32_t kVersion1_1 = 0x00010001;  // the version of a new design
+constexpr uint32_t kVersion0_2 = 0x00000002;  // the oldest version seen in sample files
 enum class VersionSet { Known, Extended, Headered };
 bool InVersionSet(uint32_t version, VersionSet set);
 bool IsFileVersion(const TDboStorableObject& object, VersionSet set);

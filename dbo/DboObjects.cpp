@@ -82,10 +82,13 @@ void TDboWireBus::Initialize() {
     UnknownInt = 0;
 }
 
+bool TDboWireBus::ObjectIdFirst() const {
+    return Headered() || (Design && Design->Version == kVersion0_2);
+}
+
 int TDboWireBus::Load(TDboIStream& stream) {
     LoadHeader(stream);
-    // A headered file stores the object id in front of the net.
-    if (Headered()) {
+    if (ObjectIdFirst()) {
         stream.ReadInt("ObjectID", ObjectID);
         stream.ReadInt("NetName", NetName);
     } else {
@@ -111,7 +114,7 @@ int TDboWireBus::Load(TDboIStream& stream) {
 
 int TDboWireBus::Save(TDboIStream& stream) {
     SaveHeader(stream);
-    if (Headered()) {
+    if (ObjectIdFirst()) {
         stream.WriteInt("ObjectID", ObjectID);
         stream.WriteInt("NetName", NetName);
     } else {

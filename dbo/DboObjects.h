@@ -86,6 +86,11 @@ public:
     int Save(TDboIStream& stream) override;
 
     TDboWireAlias* GetAliases(int index) const { return Aliases.As<TDboWireAlias>(index); }
+
+    // The object id stands in front of the net in headered files and in files of version
+    // 0x00000002, whose wires' net ids are those of the page's nets only in that order; other
+    // files put the net first.
+    bool ObjectIdFirst() const;
 };
 
 class TDboWire : public TDboWireBus {

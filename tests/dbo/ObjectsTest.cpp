@@ -6,12 +6,15 @@
 #include <functional>
 #include <iostream>
 #include <map>
+#include <set>
 
 #include "DboTestSupport.h"
 #include "TestSupport.h"
+#include "dbo/DboDesign.h"
 #include "dbo/DboGraphicObjects.h"
 #include "dbo/DboLibObjects.h"
 #include "dbo/DboObjects.h"
+#include "dbo/DboViewObjects.h"
 
 using namespace orcadx;
 using namespace orcadx::dbo;
@@ -96,6 +99,17 @@ TEST(WireBus, LoadAndSaveInEachLayout) {
     EXPECT_EQ(w->VisibleProps.GetProps(0)->GetRotation(), 1);
     EXPECT_NE(dynamic_cast<TDboBus*>(list.GetItems(1)), nullptr);
     EXPECT_EQ(test::SaveBytes(list), all.b);
+
+    // Version 0x00000002 has no size headers, but the object id stands first, as in headered files.
+    auto v2 = test::DesignOfVersion(kV0_2);
+    ByteBuilder old = PlainFrame(20).I32(0x2222).I32(0x1111).U16(0x30).U16(0).I32(1).I32(2).I32(3).I32(4).U8(2).U16(0);
+    VisibleProp(old.U16(1), kV0_2, 3);
+    auto owire = LoadOne<TDboWire>(*v2, old.b, s);
+    EXPECT_EQ(s->Remaining(), 0u);
+    EXPECT_EQ(owire->ObjectID, 0x2222);
+    EXPECT_EQ(owire->NetName, 0x1111);
+    EXPECT_EQ(owire->Junction, 2);
+    EXPECT_EQ(test::SaveBytes(*owire), old.b);
 
     // With size headers the object id stands first and "UnknownInt" twice ends the record. The
     // type code is the frame's last, whatever class was made.
@@ -638,6 +652,41 @@ TEST(PageObjectsCorpus, EveryPageLoadsToItsEnd) {
                             "TDboHierarchicalBlock", "TDboPort", "TDboPower", "TDboOffPage", "TDboDRCMark",
                             "TDboBusEntry"})
         EXPECT_GT(counts[cls], 0) << cls;
+}
+
+// The wires of the version 0x00000002 sample: each wire's net is one of its page's nets, each
+// object id is the wire's own, and the pins of placed parts name their wires by these ids.
+TEST(PageObjectsCorpus, WireIdsOfVersion2Pages) {
+    ORCADX_REQUIRE_CORPUS();
+    TDboDesign design((test::CorpusDir() / "parallella-hw/gen0/parallella_gen0.dsn").string(), nullptr, 100, nullptr);
+    ASSERT_TRUE(design.Load(false));
+    ASSERT_EQ(design.Version, kV0_2);
+    // A pin may also touch another pin or a port directly; those name another object.
+    int wires = 0, pinsOnWires = 0, pinsElsewhere = 0;
+    for (int v = 0; v < design.ViewCount(); ++v) {
+        for (auto& page : design.GetViews(v)->Pages) {
+            SCOPED_TRACE(page->PageName);
+            std::set<int32_t> nets, ids;
+            for (int i = 0; i < page->WireNets->Count(); ++i) nets.insert(page->WireNets->As<TDboWireNet>(i)->NetID);
+            for (int i = 0; i < page->BusNets->Count(); ++i) nets.insert(page->BusNets->As<TDboBusNet>(i)->NetID);
+            for (int i = 0; i < page->WiresAndBuses->Count(); ++i) {
+                TDboWireBus* w = page->WiresAndBuses->GetItems(i);
+                EXPECT_EQ(nets.count(w->NetName), 1u) << "wire " << i << " net " << w->NetName;
+                EXPECT_TRUE(ids.insert(w->ObjectID).second) << "wire " << i << " id " << w->ObjectID;
+                ++wires;
+            }
+            for (int i = 0; i < page->PartsAndBlocks->Count(); ++i) {
+                auto* part = dynamic_cast<TDboPart*>(page->PartsAndBlocks->GetParts(i));
+                for (int k = 0; part && k < part->PinProps.Count(); ++k) {
+                    int32_t wire = part->PinProps.GetPinProps(k)->WireId;
+                    if (wire != 0) (ids.count(wire) ? pinsOnWires : pinsElsewhere)++;
+                }
+            }
+        }
+    }
+    EXPECT_GT(wires, 3900);
+    EXPECT_GT(pinsOnWires, 2000);
+    EXPECT_LT(pinsElsewhere * 100, pinsOnWires);
 }
 
 // Records at known places of sample pages: what loading makes of them.
