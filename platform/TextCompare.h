@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <string>
 #include <string_view>
 
 namespace orcadx::platform {
@@ -14,6 +15,14 @@ constexpr bool SameTextNoCase(std::string_view a, std::string_view b) {
     for (size_t i = 0; i < a.size(); ++i)
         if (FoldUpper(a[i]) != FoldUpper(b[i])) return false;
     return true;
+}
+
+// The text with the ASCII letters a to z in upper case: a key under which names that compare equal
+// without case meet.
+inline std::string UpperCaseAscii(std::string_view text) {
+    std::string out(text);
+    for (char& c : out) c = FoldUpper(c);
+    return out;
 }
 
 // Negative, 0 or positive, comparing the folded bytes as unsigned values, then the lengths.
