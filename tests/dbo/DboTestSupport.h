@@ -20,6 +20,7 @@ using Bytes = std::vector<uint8_t>;
 constexpr uint32_t kV1_1 = 0x00010001;  // neither extended nor headered
 constexpr uint32_t kV1_2 = 0x00010002;  // extended
 constexpr uint32_t kV2_3 = 0x00020003;  // extended and headered
+constexpr uint32_t kV3_3 = 0x00030003;  // extended and headered, the newest layout
 constexpr uint32_t kV0_2 = 0x00000002;  // extended, not headered (the oldest sample files)
 
 // The message of the exception of class E that `f` raises, or "no exception".

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <set>
 
 #include "DboTestSupport.h"
 #include "TestSupport.h"
@@ -304,4 +305,38 @@ TEST(Design, AFailureTellsTheStreamAndOffset) {
         EXPECT_NE(msg.find("stream \"Symbols/GND\", stream offset "), std::string::npos) << msg;
     }
     EXPECT_EQ(d.Storage, nullptr);  // closed on the way out
+}
+
+// The tree of a saved file by version: "NetBundleMapData" (an Int 2) exists only in headered files.
+TEST(Design, SavedTreeByVersion) {
+    auto dir = test::ScratchDir("design-tree-by-version");
+    for (auto [version, headered] : {std::pair{0x00000001u, false}, std::pair{test::kV1_1, false},
+                                     std::pair{test::kV0_2, false}, std::pair{test::kV1_2, false},
+                                     std::pair{test::kV2_3, true}, std::pair{test::kV3_3, true}}) {
+        SCOPED_TRACE(version);
+        std::string file = (dir / ("v" + std::to_string(version) + ".DSN")).string();
+        {
+            TDboDesign d(file, nullptr, 0, nullptr);
+            d.Version = version;
+            d.Save();
+        }
+        std::unique_ptr<TDboIStorage> root;
+        OpenRootStorage(file, root);
+        std::set<std::string> names;
+        for (const auto& e : root->Platform().List()) names.insert(e.name);
+        std::set<std::string> expected = {"Library", "Cells", "Parts", "Views", "Graphics", "Packages",
+                                          "ExportBlocks", "Cells Directory", "Parts Directory", "Symbols Directory",
+                                          "Symbols", "Graphics Directory", "Packages Directory",
+                                          "ExportBlocks Directory", "Views Directory", "Cache"};
+        if (headered) expected.insert("NetBundleMapData");
+        EXPECT_EQ(names, expected);
+        if (headered) {
+            std::unique_ptr<TDboIStream> s;
+            root->OpenStreamSafe("NetBundleMapData", s);
+            EXPECT_EQ(s->Size(), 4u);
+            int32_t value = 0;
+            s->ReadInt("NetBundleMapDataDirectory", value);
+            EXPECT_EQ(value, 2);
+        }
+    }
 }

@@ -140,19 +140,32 @@ TEST(Frame, ListsAndFonts) {
     TDboFontList none(d.get());
     none.Load(*test::MemStream(ByteBuilder().U16(0).b));  // a count of -1 runs no loop
     EXPECT_EQ(none.Count(), 0);
-    TDboFont* f = fonts.AddFont(10, 90, false, true, true, false, "Arial");
-    EXPECT_EQ(f->LogFont.lfHeight, -10);  // 10 x 96 / 95, rounded
-    EXPECT_EQ(f->LogFont.lfWeight, 700);
-    EXPECT_EQ(f->LogFont.lfEscapement, 900);
-    EXPECT_EQ(f->LogFont.lfOrientation, 90);
-    EXPECT_EQ(f->LogFont.lfPitchAndFamily, 0x22);
-    EXPECT_EQ(f->LogFont.FaceName(), "Arial");
+    // LOGFONTA as AddFont fills it: height -(size x 96 / 95) rounded, escapement in tenths of a
+    // degree, orientation in degrees, weight 700 for bold, then italic, underline, strike-out.
+    fonts.AddFont(50, 90, true, false, true, false, "Arial");
+    fonts.AddFont(10, 0, false, true, false, false, "Courier New");
+    fonts.AddFont(8, 270, false, false, false, true, "Symbol");
+    auto logFont = [](int32_t height, int32_t rotation, int32_t weight, uint8_t italic, uint8_t underline,
+                      uint8_t strike, const std::string& face) {
+        ByteBuilder b;
+        b.I32(height).I32(0).I32(rotation * 10).I32(rotation).I32(weight);
+        b.U8(italic).U8(underline).U8(strike).U8(0).U8(7).U8(2).U8(1).U8(0x22);
+        for (char c : face) b.U8(static_cast<uint8_t>(c));
+        return b.Zeros(32 - face.size()).b;
+    };
     Bytes saved = test::SaveBytes(fonts);
-    ASSERT_EQ(saved.size(), 62u);
-    EXPECT_EQ(saved[0], 2);
+    ByteBuilder expected;
+    expected.U16(4)
+        .Raw(logFont(-51, 90, 700, 0, 1, 0, "Arial"))
+        .Raw(logFont(-10, 0, 400, 1, 0, 0, "Courier New"))
+        .Raw(logFont(-8, 270, 400, 0, 0, 1, "Symbol"));
+    EXPECT_EQ(saved, expected.b);
     TDboFontList again(d.get());
     again.Load(*test::MemStream(saved));
-    ASSERT_EQ(again.Count(), 1);
+    ASSERT_EQ(again.Count(), 3);
+    EXPECT_EQ(again.GetFonts(1)->LogFont.FaceName(), "Courier New");
+    EXPECT_EQ(again.GetFonts(2)->LogFont.lfStrikeOut, 1);
+    EXPECT_EQ(again.GetFonts(0)->LogFont.lfHeight, -51);
     EXPECT_EQ(test::SaveBytes(again), saved);
 
     // An empty list and an empty string list both measure 2.

@@ -19,7 +19,128 @@ Bytes SavedLib(uint32_t version, bool library) {
     return test::SaveBytes(*d->Lib);
 }
 
+// The 156 bytes of page defaults of a new record, field by field; "Unknown4" is zeroed when a
+// headered file is saved.
+Bytes PageDefaultBytes(bool headered) {
+    return ByteBuilder()
+        .Zeros(32)
+        .I32(100)                       // Pin2PinSpacing
+        .U16(0)                         // Unknown3
+        .U16(5)                         // GridHorCnt
+        .U16(4)                         // GridVertCnt
+        .U16(headered ? 0 : 0x06BA)     // Unknown4
+        .I32(100)                       // GridHorWidth
+        .I32(100)                       // GridVertWidth
+        .I32(48)                        // GridDispColor
+        .I32(48)                        // GridPrintColor
+        .Zeros(32)                      // UnknownB32
+        .I32(1)                         // Unknown6
+        .I32(0)                         // Unknown7
+        .I32(1)                         // GridHorAlpha
+        .I32(0)                         // Unknown8
+        .I32(1)                         // GridHorAscend
+        .I32(0)                         // GridVertAlpha
+        .I32(0)                         // Unknown9
+        .I32(0)                         // GridVertAscend
+        .I32(0)                         // Units
+        .I32(1).I32(1)                  // BorderDisp, BorderPrint
+        .I32(1).I32(1)                  // GridRefDisp, GridRefPrint
+        .I32(1).I32(1)                  // TitleBlockDisp, TitleBlockPrint
+        .I32(1)                         // AnsiGridRef
+        .b;
+}
+
 }  // namespace
+
+TEST(FileVersions, SixKnownVersionsInThreeSets) {
+    struct Row {
+        uint32_t version;
+        bool known, extended, headered;
+    };
+    const Row rows[] = {
+        {0x00000001, true, false, false}, {0x00010001, true, false, false}, {0x00000002, true, true, false},
+        {0x00010002, true, true, false},  {0x00020003, true, true, true},   {0x00030003, true, true, true},
+        {0x00000000, false, false, false}, {0x00000003, false, false, false}, {0x00010003, false, false, false},
+        {0x00020002, false, false, false}, {0x00030002, false, false, false}, {0x00040003, false, false, false},
+        {0x00040004, false, false, false}, {0x03000300, false, false, false},
+    };
+    for (const Row& r : rows) {
+        SCOPED_TRACE(r.version);
+        EXPECT_EQ(InVersionSet(r.version, VersionSet::Known), r.known);
+        EXPECT_EQ(InVersionSet(r.version, VersionSet::Extended), r.extended);
+        EXPECT_EQ(InVersionSet(r.version, VersionSet::Headered), r.headered);
+        auto d = test::DesignOfVersion(r.version);
+        EXPECT_EQ(IsFileVersion(*d->Lib, VersionSet::Headered), r.headered);
+    }
+    EXPECT_EQ(TDboBaseDesign().Version, 0x00010001u);  // a new design
+}
+
+// A new record saved in each version, written out field by field: the default fonts, the eight
+// part field names and the page defaults are the constants a new file carries.
+TEST(LibraryStream, NewRecordSavesItsDefaultsInEveryVersion) {
+    for (auto [version, extended, headered] :
+         {std::tuple{0x00000001u, false, false}, std::tuple{test::kV1_1, false, false}, std::tuple{test::kV0_2, true, false},
+          std::tuple{test::kV1_2, true, false}, std::tuple{test::kV2_3, true, true}, std::tuple{test::kV3_3, true, true}}) {
+        for (bool library : {false, true}) {
+            SCOPED_TRACE(testing::Message() << std::hex << version << (library ? " library" : " design"));
+            auto d = test::DesignOfVersion(version);
+            TDboLib& lib = *d->Lib;
+            lib.SetIdentifier(library ? kLibraryIdentifier : kDesignIdentifier);
+            lib.Time1 = 0x5F000001;
+            lib.Time2 = 0x5F000002;
+            lib.UnknownInt_1 = 0x0A0B0C0D;
+            lib.UnknownInt_2 = 0x11;
+            lib.UnknownInt_3 = 0x22;
+            lib.RootViewName = "ROOT";
+            lib.AddString("R1");
+            lib.AddAlias("LM358", "LM358A");
+
+            ByteBuilder e;
+            e.Raw(Bytes(library ? kLibraryIdentifier : kDesignIdentifier,
+                        (library ? kLibraryIdentifier : kDesignIdentifier) + 32));
+            e.I32(static_cast<int32_t>(version)).I32(0x5F000001).I32(0x5F000002).I32(0x0A0B0C0D);
+            e.U16(1);  // the font list: its count is one more than its (no) fonts
+            if (extended) e.U16(24);
+            for (uint16_t f : {1, 1, 1, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1, 2, 1, 1, 1}) e.U16(f);
+            e.Zeros(4);                   // the first "UnknownInt_4" of an old file, entries 17 and 18 else
+            if (extended) e.Zeros(14);    // entries 19 to 23 and the first "UnknownInt_4"
+            e.I32(1);                     // "UnknownInt_4"
+            for (const char* field : {"1ST PART FIELD", "2ND PART FIELD", "3RD PART FIELD", "4TH PART FIELD",
+                                      "5TH PART FIELD", "6TH PART FIELD", "7TH PART FIELD", "PCB Footprint"})
+                e.Str(field);
+            e.Raw(PageDefaultBytes(headered));
+            if (headered) e.I32(2);
+            else e.U16(2);
+            e.Str("").Str("R1");
+            e.U16(1).Str("LM358A").Str("LM358");  // the alias before the part
+            if (!library) e.I32(0x11).I32(0x22).Str("ROOT");
+            Bytes saved = test::SaveBytes(lib);
+            EXPECT_EQ(saved, e.b);
+
+            // Read back, the bytes give the default fonts by entry and the two trailing Ints.
+            auto back = test::DesignOfVersion(0);
+            auto s = test::MemStream(saved);
+            back->Lib->Load(*s);
+            EXPECT_EQ(s->Remaining(), 0u);
+            EXPECT_EQ(back->Version, version);
+            std::vector<uint16_t> fonts = {1, 1, 1, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1, 2, 1, 1, 1};
+            if (extended) fonts.resize(24, 0);
+            EXPECT_EQ(back->Lib->DefaultFonts, fonts);
+            EXPECT_EQ(back->Lib->UnknownInt_4, 0);
+            EXPECT_EQ(back->Lib->UnknownInt_4b, 1);
+            EXPECT_EQ(back->Lib->Time1, 0x5F000001);
+            EXPECT_EQ(back->Lib->Time2, 0x5F000002);
+            EXPECT_EQ(back->Lib->UnknownInt_1, 0x0A0B0C0D);
+            EXPECT_EQ(back->Lib->UnknownInt_2, library ? 0 : 0x11);
+            EXPECT_EQ(back->Lib->UnknownInt_3, library ? 0 : 0x22);
+            EXPECT_EQ(back->Lib->RootViewName, library ? "" : "ROOT");
+            ASSERT_EQ(back->Lib->Aliases.Count(), 1);
+            EXPECT_EQ(back->Lib->Aliases.GetAliases(0)->AliasName, "LM358A");
+            EXPECT_EQ(back->Lib->Aliases.GetAliases(0)->PartName, "LM358");
+            EXPECT_EQ(test::SaveBytes(*back->Lib), saved);
+        }
+    }
+}
 
 TEST(LibraryStream, StringList) {
     auto d = test::DesignOfVersion(test::kV2_3);
@@ -39,8 +160,9 @@ TEST(LibraryStream, StringList) {
 
 TEST(LibraryStream, LayoutByVersion) {
     // 0x00010001: 17 default fonts, a Word string count.
-    for (auto [version, extended, headered] : {std::tuple{test::kV1_1, false, false}, std::tuple{test::kV1_2, true, false},
-                                               std::tuple{test::kV2_3, true, true}}) {
+    for (auto [version, extended, headered] :
+         {std::tuple{test::kV1_1, false, false}, std::tuple{test::kV0_2, true, false}, std::tuple{test::kV1_2, true, false},
+          std::tuple{test::kV2_3, true, true}, std::tuple{test::kV3_3, true, true}}) {
         SCOPED_TRACE(version);
         Bytes b = SavedLib(version, false);
         auto d = test::DesignOfVersion(0);
