@@ -12,6 +12,11 @@
 
 namespace orcadx::cli {
 
+// Exit codes: 0 the job is done, 1 it failed (a file missing, not valid, or an error in the log),
+// 2 the command line is wrong.
+inline constexpr int kExitFailed = 1;
+inline constexpr int kExitUsage = 2;
+
 // Thrown by a subcommand to end the program with an exit code.
 struct ExitRequest {
     int code;
@@ -39,6 +44,9 @@ private:
 };
 
 Context& GetContext();
+
+// False, with "error: FILE does not exist" on stderr, when there is no such file.
+bool InputExists(const std::string& file);
 
 // The text without trailing blanks (identifiers are padded with blanks to 31 characters).
 inline std::string TrimRight(std::string text) {

@@ -16,6 +16,7 @@ struct DumpOptions {
 };
 
 int Run(const DumpOptions& opt) {
+    if (!InputExists(opt.file)) return kExitFailed;
     auto& ctx = GetContext();
     ctx.StartRun();
     try {
@@ -26,7 +27,7 @@ int Run(const DumpOptions& opt) {
         ctx.FinishRun();
         if (!loaded || !design.IsValid()) {
             std::cerr << "error: " << opt.file << " is not a Capture design or library of a known version\n";
-            return 1;
+            return kExitFailed;
         }
         if (opt.output.empty() || opt.output == "-") {
             dbo::TAsciiWriter writer(std::cout);
@@ -39,7 +40,7 @@ int Run(const DumpOptions& opt) {
     } catch (const std::exception& e) {
         ctx.FinishRun();
         std::cerr << "error: " << e.what() << "\n";
-        return 1;
+        return kExitFailed;
     }
     return 0;
 }

@@ -24,13 +24,14 @@ int Run(ImportOptions& opt) {
     bool library = entry::HasExtension(opt.file, ".OLB");
     if (!library && !entry::HasExtension(opt.file, ".DSN")) {
         std::cerr << "error: " << opt.file << ": the name must end in .DSN or .OLB\n";
-        return 2;
+        return kExitUsage;
     }
+    if (!InputExists(opt.file)) return kExitFailed;
     std::error_code ec;
     fs::create_directories(opt.outDir, ec);
     if (ec) {
         std::cerr << "error: cannot create " << opt.outDir << ": " << ec.message() << "\n";
-        return 2;
+        return kExitFailed;
     }
     fs::path outDir = fs::absolute(opt.outDir);
     auto& translator = ctx.GetTranslator();
@@ -50,9 +51,9 @@ int Run(ImportOptions& opt) {
         for (const auto& event : app.AnalyticsLog()) std::cout << event << "\n";
     if (!valid) {
         std::cerr << "error: " << opt.file << " is not a valid Capture " << (library ? "library" : "design") << "\n";
-        return 1;
+        return kExitFailed;
     }
-    return errors > 0 ? 1 : 0;
+    return errors > 0 ? kExitFailed : 0;
 }
 
 }  // namespace

@@ -35,6 +35,7 @@ void PrintTree(dbo::TDboIStorage& storage, int depth, std::ostream& out) {
 }
 
 int Run(const InfoOptions& opt) {
+    if (!InputExists(opt.file)) return kExitFailed;
     std::ostream& out = std::cout;
     // The whole file; when that fails, the library record alone, so that the header can be shown.
     auto& ctx = GetContext();
@@ -54,7 +55,7 @@ int Run(const InfoOptions& opt) {
             design->Load(true);
         } catch (const std::exception& e2) {
             std::cerr << "error: " << e2.what() << "\n";
-            return 1;
+            return kExitFailed;
         }
     }
     dbo::TDboLib& lib = *design->Lib;
@@ -79,7 +80,7 @@ int Run(const InfoOptions& opt) {
     }
     if (!loadError.empty()) {
         std::cerr << "error: the file could not be read whole: " << loadError << "\n";
-        return 1;
+        return kExitFailed;
     }
     return 0;
 }

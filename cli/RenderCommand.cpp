@@ -14,9 +14,10 @@ void AddRenderCommand(CLI::App& app) {
     auto* cmd = app.add_subcommand("render", "Draw a host sheet (.SchDoc) or library (.SchLib) as SVG");
     auto document = std::make_shared<std::string>();
     auto output = std::make_shared<std::string>();
-    cmd->add_option("DOC", *document, "The .SchDoc or .SchLib file")->required()->check(CLI::ExistingFile);
+    cmd->add_option("DOC", *document, "The .SchDoc or .SchLib file")->required();
     cmd->add_option("-o,--output", *output, "SVG file for a sheet, folder for a library")->required();
     cmd->callback([document, output] {
+        if (!InputExists(*document)) throw ExitRequest{kExitFailed};
         host::HostApplication host;
         try {
             auto files = host::RenderDocumentFile(host, *document, *output);
@@ -25,7 +26,7 @@ void AddRenderCommand(CLI::App& app) {
         } catch (const std::exception& e) {
             std::cerr << "error: " << e.what() << "\n";
             for (const auto& message : host.ErrorBoxLog()) std::cerr << "  " << message << "\n";
-            throw ExitRequest{1};
+            throw ExitRequest{kExitFailed};
         }
     });
 }

@@ -16,7 +16,7 @@ namespace {
 // Why a file isn't valid, in the words a user needs: its version and identifier when it could be
 // read, else the error.
 std::string Explain(const std::string& file) {
-    if (!std::filesystem::exists(file)) return "file not found";
+    if (!std::filesystem::exists(file)) return "the file does not exist";
     bool dsn = entry::HasExtension(file, ".DSN"), olb = entry::HasExtension(file, ".OLB");
     if (!dsn && !olb) return "the name ends neither in .DSN nor in .OLB";
     try {
@@ -58,7 +58,7 @@ int Run(const std::vector<std::string>& files) {
             std::cout << file << ": not valid: " << Explain(file) << "\n";
         }
     }
-    return invalid == 0 ? 0 : 1;
+    return invalid == 0 ? 0 : kExitFailed;
 }
 
 }  // namespace

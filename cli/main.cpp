@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 #include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 
@@ -12,6 +13,13 @@ namespace orcadx::cli {
 Context& GetContext() {
     static Context context;
     return context;
+}
+
+bool InputExists(const std::string& file) {
+    std::error_code ec;
+    if (std::filesystem::exists(file, ec)) return true;
+    std::cerr << "error: " << file << " does not exist\n";
+    return false;
 }
 
 Translator& Context::GetTranslator() {
@@ -45,6 +53,9 @@ int main(int argc, char** argv) {
     using namespace orcadx::cli;
     CLI::App app{"orcadx: translate OrCAD Capture designs (.DSN) and libraries (.OLB)"};
     app.require_subcommand(1);
+    app.set_version_flag("--version", std::string("orcadx ") + ORCADX_VERSION);
+    // The global flags stand anywhere on the line, also behind the subcommand and its arguments.
+    app.fallthrough();
     auto& ctx = GetContext();
     app.add_option("--log", ctx.logFile, "Write the whole log tree to this file");
     app.add_flag("--stats", ctx.stats, "Print the analytics that an import recorded");
@@ -56,12 +67,20 @@ int main(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
-        return app.exit(e);
+        // A word that names no subcommand is told as such, not as a missing subcommand.
+        std::vector<std::string> rest = app.remaining();
+        if (app.get_subcommands().empty() && !rest.empty() && !rest.front().starts_with("-")) {
+            std::cerr << "error: unknown subcommand \"" << rest.front() << "\"\n"
+                      << "Run with --help for more information.\n";
+            return kExitUsage;
+        }
+        // Help and version end with 0; any mistake on the command line with 2.
+        return app.exit(e) == 0 ? 0 : kExitUsage;
     } catch (const ExitRequest& e) {
         return e.code;
     } catch (const std::exception& e) {
         std::cerr << "error: " << e.what() << "\n";
-        return 2;
+        return kExitFailed;
     }
     return 0;
 }

@@ -18,11 +18,23 @@ namespace {
 struct Result {
     int code = -1;
     std::string out;
+    std::string err;
 };
 
-// Runs orcadx with the arguments; stdout is captured, stderr goes to a file next to it.
-Result RunOrcadx(const std::string& args, const fs::path& errFile = "/dev/null") {
-    std::string cmd = std::string(ORCADX_BINARY_DIR) + "/bin/orcadx " + args + " 2>" + errFile.string();
+std::string Slurp(const fs::path& p) {
+    std::ifstream in(p);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+// Runs orcadx with the arguments (and environment settings in front of the program); stdout and
+// stderr are captured.
+Result RunOrcadx(const std::string& args, const std::string& env = "") {
+    static const fs::path dir = test::ScratchDir("cli-stderr");
+    static int runs = 0;
+    fs::path errFile = dir / ("stderr-" + std::to_string(++runs) + ".txt");
+    std::string cmd = env + " " + std::string(ORCADX_BINARY_DIR) + "/bin/orcadx " + args + " 2>" + errFile.string();
     Result r;
     FILE* p = popen(cmd.c_str(), "r");
     if (!p) return r;
@@ -31,17 +43,11 @@ Result RunOrcadx(const std::string& args, const fs::path& errFile = "/dev/null")
     while ((n = fread(buf, 1, sizeof buf, p)) > 0) r.out.append(buf, n);
     int status = pclose(p);
     r.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    r.err = Slurp(errFile);
     return r;
 }
 
 std::string Quote(const fs::path& p) { return "'" + p.string() + "'"; }
-
-std::string Slurp(const fs::path& p) {
-    std::ifstream in(p);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
 
 }  // namespace
 
@@ -79,8 +85,8 @@ TEST(CommandLine, ValidateSaysWhyAFileIsNotValid) {
     EXPECT_NE(r.out.find("future.OLB: not valid: unknown version 0x00040004, identifier \"OrCAD Windows Library\""),
               std::string::npos)
         << r.out;
-    EXPECT_NE(r.out.find("missing.DSN: not valid: file not found"), std::string::npos) << r.out;
-    EXPECT_NE(r.out.find("notes.txt: not valid: file not found"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("missing.DSN: not valid: the file does not exist"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("notes.txt: not valid: the file does not exist"), std::string::npos) << r.out;
     // A valid file among invalid ones still fails the run; alone it passes.
     if (test::HaveCorpus()) {
         EXPECT_EQ(RunOrcadx("validate " + Quote(test::CorpusDir() / "capsym.olb")).code, 0);
@@ -116,8 +122,135 @@ TEST(CommandLine, InfoShowsHeaderLibraryAndPages) {
 TEST(CommandLine, InfoOnAFileThatIsNotCaptureFails) {
     auto dir = test::ScratchDir("cli-info");
     std::ofstream(dir / "x.DSN") << "text";
-    Result r = RunOrcadx("info " + Quote(dir / "x.DSN"), dir / "err.txt");
+    Result r = RunOrcadx("info " + Quote(dir / "x.DSN"));
     EXPECT_EQ(r.code, 1);
-    EXPECT_NE(Slurp(dir / "err.txt").find("error: Error opening storage"), std::string::npos);
+    EXPECT_NE(r.err.find("error: Error opening storage"), std::string::npos);
     EXPECT_NE(RunOrcadx("").code, 0);  // a subcommand is required
+}
+
+// Each subcommand on a valid file, a file that isn't what it should be, a missing file and a bad
+// option: 0 when the job is done, 1 when it failed, 2 for a mistake on the command line; the
+// message says what went wrong.
+TEST(CommandLine, ExitCodesAndMessagesOfEverySubcommand) {
+    auto dir = test::ScratchDir("cli-exit-codes");
+    const fs::path examples = fs::path(ORCADX_SOURCE_DIR) / "examples" / "Series-Regulator";
+    const std::string design = Quote(examples / "P1_Olteanu_Rares.dsn");
+    const std::string library = Quote(examples / "Libs" / "BC846B.OLB");
+    std::ofstream(dir / "notes.DSN") << "just text\n";
+    std::ofstream(dir / "notes.OLB") << "just text\n";
+    std::ofstream(dir / "Sheet.SchDoc") << R"({"document":{"kind":31},"format":"VantorSchDoc","version":1})";
+    std::ofstream(dir / "Broken.SchDoc") << "{ not json";
+    const std::string notes = Quote(dir / "notes.DSN"), missing = Quote(dir / "missing.DSN");
+    const std::string missingPath = (dir / "missing.DSN").string();
+
+    struct Case {
+        std::string args;
+        int code;
+        std::string out, err;  // parts of stdout and stderr
+    };
+    const std::vector<Case> cases = {
+        {"validate " + design + " " + library, 0, "BC846B.OLB: valid (library, version 0x00020003)", ""},
+        {"validate " + notes, 1, "notes.DSN: not valid: Error opening storage", ""},
+        {"validate " + missing, 1, "missing.DSN: not valid: the file does not exist", ""},
+        {"validate --pages " + design, 2, "", "The following argument was not expected: --pages"},
+        {"validate", 2, "", "files is required"},
+
+        {"info --no-tree " + library, 0, "Identifier:  \"OrCAD Windows Library\" (library)", ""},
+        {"info " + notes, 1, "", "error: Error opening storage"},
+        {"info " + missing, 1, "", "error: " + missingPath + " does not exist"},
+        {"info --strings=many " + design, 2, "", "--strings"},
+
+        {"dump " + library, 0, "<comp_name>QBC846B</comp_name>", ""},
+        {"dump " + notes, 1, "", "error: Error opening storage"},
+        {"dump " + missing, 1, "", "error: " + missingPath + " does not exist"},
+        {"dump --bogus " + library, 2, "", "The following argument was not expected: --bogus"},
+
+        // The real plug-in refuses what isn't a Capture file; the extension decides design or library.
+        {"import " + notes + " -o " + Quote(dir / "out1"), 1, "", "is not a valid Capture design"},
+        {"import " + Quote(dir / "notes.OLB") + " -o " + Quote(dir / "out2"), 1, "", "is not a valid Capture library"},
+        {"import " + missing + " -o " + Quote(dir / "out3"), 1, "", "error: " + missingPath + " does not exist"},
+        {"import " + Quote(dir / "Sheet.SchDoc") + " -o " + Quote(dir / "out4"), 2, "", "the name must end in .DSN or .OLB"},
+        {"import " + design, 2, "", "--output is required"},
+        {"import " + design + " -o " + Quote(dir / "out5") + " --scale=big", 2, "", "--scale"},
+
+        {"render " + Quote(dir / "Sheet.SchDoc") + " -o " + Quote(dir / "Sheet.svg"), 0, "Sheet.svg", ""},
+        {"render " + Quote(dir / "Broken.SchDoc") + " -o " + Quote(dir / "Broken.svg"), 1, "",
+         "error: Cannot open document"},
+        {"render " + Quote(dir / "Missing.SchDoc") + " -o " + Quote(dir / "x.svg"), 1, "",
+         "error: " + (dir / "Missing.SchDoc").string() + " does not exist"},
+        {"render " + Quote(dir / "Sheet.SchDoc"), 2, "", "--output is required"},
+
+        {"", 2, "", "A subcommand is required"},
+        {"convert " + design, 2, "", "error: unknown subcommand \"convert\""},
+        {"--version", 0, "orcadx 0.1", ""},
+        {"--bogus info " + design, 2, "", "--bogus"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.args);
+        Result r = RunOrcadx(c.args);
+        EXPECT_EQ(r.code, c.code) << r.out << r.err;
+        EXPECT_NE(r.out.find(c.out), std::string::npos) << r.out;
+        EXPECT_NE(r.err.find(c.err), std::string::npos) << r.err;
+    }
+    EXPECT_TRUE(fs::is_regular_file(dir / "Sheet.svg"));
+}
+
+// The global flags stand anywhere on the line: in front of the subcommand, behind it, behind its
+// arguments.
+TEST(CommandLine, GlobalFlagsAnywhereOnTheLine) {
+    auto dir = test::ScratchDir("cli-global-flags");
+    const std::string library =
+        Quote(fs::path(ORCADX_SOURCE_DIR) / "examples" / "Series-Regulator" / "Libs" / "BC846B.OLB");
+    // Without -q, progress goes to stderr (not a terminal here: plain lines); with it, nothing.
+    Result loud = RunOrcadx("info --no-tree " + library);
+    ASSERT_EQ(loud.code, 0) << loud.err;
+    EXPECT_NE(loud.err.find("Parsing Library Content"), std::string::npos) << loud.err;
+    for (const std::string& args : {"-q info --no-tree " + library, "info -q --no-tree " + library,
+                                    "info --no-tree " + library + " -q", "info " + library + " --quiet --no-tree"}) {
+        SCOPED_TRACE(args);
+        Result r = RunOrcadx(args);
+        EXPECT_EQ(r.code, 0) << r.err;
+        EXPECT_EQ(r.err, "");
+        EXPECT_EQ(r.out, loud.out);
+    }
+    // --log FILE behind the arguments writes the log; -v behind them prints it even when it holds
+    // only information.
+    Result logged = RunOrcadx("dump " + library + " -o " + Quote(dir / "dump.txt") + " --log " + Quote(dir / "log.txt") +
+                              " -q");
+    EXPECT_EQ(logged.code, 0) << logged.err;
+    EXPECT_TRUE(fs::exists(dir / "log.txt"));
+    EXPECT_NE(Slurp(dir / "dump.txt").find("<comp_name>QBC846B</comp_name>"), std::string::npos);
+}
+
+// What the command line makes of an import's log, with a plug-in whose import logs a message of
+// the severity asked for: an error fails the run (exit 1) and is printed; a warning is printed and
+// the run succeeds; information is printed only with -v.
+TEST(CommandLine, ImportExitCodeFollowsTheLog) {
+    auto dir = test::ScratchDir("cli-import-log");
+    const std::string library =
+        Quote(fs::path(ORCADX_SOURCE_DIR) / "examples" / "Series-Regulator" / "Libs" / "BC846B.OLB");
+    const std::string design = Quote(fs::path(ORCADX_SOURCE_DIR) / "examples" / "Series-Regulator" / "P1_Olteanu_Rares.dsn");
+    const std::string plugin = std::string("ORCADX_TRANSLATOR=") + ORCADX_FAKE_TRANSLATOR;
+    struct Case {
+        std::string mode, file;
+        std::string flags;
+        int code;
+        bool printed;
+    };
+    const std::vector<Case> cases = {
+        {"error", library, "-q", 1, true},   {"error", design, "", 1, true},    {"warning", library, "-q", 0, true},
+        {"info", design, "-q", 0, false},    {"info", library, "-q -v", 0, true},
+    };
+    int n = 0;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.mode + " " + c.file + " " + c.flags);
+        Result r = RunOrcadx("import " + c.file + " -o " + Quote(dir / std::to_string(++n)) + " " + c.flags,
+                             plugin + " ORCADX_FAKE_IMPORT=" + c.mode);
+        EXPECT_EQ(r.code, c.code) << r.err;
+        EXPECT_EQ(r.err.find("Fake import of ") != std::string::npos, c.printed) << r.err;
+        if (c.printed) {
+            EXPECT_NE(r.err.find(": " + c.mode), std::string::npos) << r.err;
+        }
+        EXPECT_TRUE(fs::is_directory(dir / std::to_string(n)));
+    }
 }
