@@ -254,3 +254,44 @@ TEST(CommandLine, ImportExitCodeFollowsTheLog) {
         EXPECT_TRUE(fs::is_directory(dir / std::to_string(n)));
     }
 }
+
+TEST(SimCommand, PrintsAProfileAsSpiceTextWithItsChecks) {
+    fs::path dir = test::ScratchDir("sim-command");
+    std::ofstream(dir / "dc.SIM")
+        << "@OrCAD Simulation Server Version: 1.0\n@General:\nProfileName= \"dc\"\n@End General\n"
+           "@Analysis: 2 1\n+1 0\n+0 \"V1\"\n+1 \"\"\n+2 \"\"\n+3 \"\"\n+4 \"0\"\n+5 \"5\"\n+6 \"0.5\"\n+7 \"\"\n"
+           "@End Analysis\n";
+    Result r = RunOrcadx("sim " + Quote(dir / "dc.SIM") + " --parameters");
+    EXPECT_EQ(r.code, 1) << r.out << r.err;  // the octave sweep the host can't do is an error of the log
+    EXPECT_NE(r.err.find("Primary DC sweep type of \"octave\" not possible in Vantor Studio - \"dc\""), std::string::npos)
+        << r.err;
+    EXPECT_NE(r.out.find("* Profile \"dc\" - " + (dir / "dc.SIM").string() + "\n"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("\n*Selected Circuit Analyses:\n.DC V1 0 5 0.5\n"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("errors: 1\n*   Error: Invalid PRIMARY SOURCE specified in DC Transfer\n"), std::string::npos)
+        << r.out;
+    EXPECT_NE(r.out.find("* Settings: Record=QsolveNetlistView|"), std::string::npos) << r.out;
+
+    std::ofstream(dir / "bad.sim") << "@OrCAD Simulation Server Version: 2.0\n";
+    r = RunOrcadx("sim " + Quote(dir / "bad.sim"));
+    EXPECT_EQ(r.code, 1);
+    EXPECT_NE(r.err.find("Unrecognised simulation profile file version - "), std::string::npos) << r.err;
+    r = RunOrcadx("sim " + Quote(dir / "dc.txt"));
+    EXPECT_EQ(r.code, 2);
+}
+
+TEST(SimCommand, PrintsEveryProfileOfASampleProject) {
+    ORCADX_REQUIRE_CORPUS();
+    fs::path opj = test::CorpusDir() / "kiki30501_Orcad-Projects" / "lab10comm" / "lab10comm.opj";
+    Result r = RunOrcadx("sim " + Quote(opj));
+    EXPECT_EQ(r.code, 0) << r.err;
+    size_t profiles = 0;
+    for (size_t at = r.out.find("* Profile "); at != std::string::npos; at = r.out.find("* Profile ", at + 1)) ++profiles;
+    EXPECT_EQ(profiles, 5u) << r.out;
+    EXPECT_NE(r.out.find("* Profile \"hehehehe\" (active) - "), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("\n.AC LIN 40 350 1000\n"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("\n.CONTROL\nSWEEP freqtest 380 1500 300\n.ENDC\n"), std::string::npos) << r.out;
+
+    r = RunOrcadx("sim " + Quote(test::CorpusDir() / "onyxpsu" / "OnyxPSU.opj"));
+    EXPECT_EQ(r.code, 0);
+    EXPECT_NE(r.out.find("* No simulation profiles in "), std::string::npos) << r.out;
+}
