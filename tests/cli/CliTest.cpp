@@ -31,7 +31,10 @@ std::string Slurp(const fs::path& p) {
 // Runs orcadx with the arguments (and environment settings in front of the program); stdout and
 // stderr are captured.
 Result RunOrcadx(const std::string& args, const std::string& env = "") {
-    static const fs::path dir = test::ScratchDir("cli-stderr");
+    // One folder per test: CTest runs tests of this program side by side, and each would clear a
+    // shared folder under the others.
+    static const fs::path dir =
+        test::ScratchDir(std::string("cli-stderr-") + testing::UnitTest::GetInstance()->current_test_info()->name());
     static int runs = 0;
     fs::path errFile = dir / ("stderr-" + std::to_string(++runs) + ".txt");
     std::string cmd = env + " " + std::string(ORCADX_BINARY_DIR) + "/bin/orcadx " + args + " 2>" + errFile.string();
