@@ -34,6 +34,7 @@ int Run(ImportOptions& opt) {
         return kExitFailed;
     }
     fs::path outDir = fs::absolute(opt.outDir);
+    for (auto& directory : opt.options.libraryDirectories) directory = fs::absolute(directory).string();
     auto& translator = ctx.GetTranslator();
     host::HostApplication app;
     translator.RegisterHost(&app);
@@ -76,6 +77,10 @@ void AddImportCommand(CLI::App& app) {
     cmd->add_option("--junction-mode", o.junctionMode, "1 keeps all junctions");
     cmd->add_flag("!--no-component-fill", o.defaultComponentFill, "Don't give components the default fill");
     cmd->add_flag("--off-page-as-ports", o.offPageAsPorts, "Import off-page connectors as ports");
+    cmd->add_option("--lib-path", o.libraryDirectories,
+                    "Folder of PSpice model libraries (.lib), searched with its sub-folders before the file's own "
+                    "folder; repeatable")
+        ->allow_extra_args(false);
     cmd->callback([] { throw ExitRequest{Run(opt)}; });
 }
 

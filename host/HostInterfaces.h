@@ -63,6 +63,9 @@ public:
     virtual bool GetDefaultComponentFill() = 0;
     virtual bool GetOffPageAsPorts() = 0;
     virtual void SetDefaultComponentFill(bool value) = 0;
+    // The folders of PSpice model libraries (.lib files), searched in this order.
+    virtual int32_t GetLibraryDirectoryCount() = 0;
+    virtual std::string GetLibraryDirectory(int32_t index) = 0;
 };
 
 // Usage analytics with named counters and timers.

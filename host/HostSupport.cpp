@@ -75,6 +75,11 @@ HResult StatusRecorder::CompleteProgress() {
     return kOk;
 }
 
+std::string ImporterOptions::GetLibraryDirectory(int32_t index) {
+    if (index < 0 || index >= GetLibraryDirectoryCount()) throw EApiErr("Library directory index out of range");
+    return libraryDirectories[static_cast<size_t>(index)];
+}
+
 std::string StringList::Get(int32_t index) const {
     if (index < 0 || index >= Count()) return {};
     return items[static_cast<size_t>(index)];

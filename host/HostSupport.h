@@ -69,6 +69,7 @@ public:
     int32_t junctionMode = 0;
     bool defaultComponentFill = false;
     bool offPageAsPorts = false;
+    std::vector<std::string> libraryDirectories;
 
     bool GetSkipTitleBlocks() override { return skipTitleBlocks; }
     bool GetUseTemplate() override { return useTemplate; }
@@ -81,6 +82,8 @@ public:
     bool GetDefaultComponentFill() override { return defaultComponentFill; }
     bool GetOffPageAsPorts() override { return offPageAsPorts; }
     void SetDefaultComponentFill(bool value) override { defaultComponentFill = value; }
+    int32_t GetLibraryDirectoryCount() override { return static_cast<int32_t>(libraryDirectories.size()); }
+    std::string GetLibraryDirectory(int32_t index) override;
 };
 
 class StringList final : public IStringList {
