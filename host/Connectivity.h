@@ -32,8 +32,11 @@ struct NetInfo {
 };
 
 // The nets of a sheet that hold at least one wire or bus. A net takes its name from a net label on
-// it, else a power object, a port or a sheet entry, else from a pin ("NetU1_2"); objects of the same
-// name on the sheet form one net.
+// it, else a power object, a port, an off-sheet connector or a sheet entry, else from a pin
+// ("NetU1_2"), else a number ("N1"). Net labels, power objects, ports and off-sheet connectors of
+// the same name on the sheet form one net; sheet entries don't (entries of two symbols are
+// different connections). A label names a bus when its text is a bus name (with ".."), else a wire.
+// Wires and buses join only through names: a bus entry or a wire ending on a bus joins nothing.
 std::vector<NetInfo> CompileNets(ObjectCore& sheet);
 
 }  // namespace orcadx::host::impl
