@@ -7,6 +7,7 @@
 
 #include "HostTestUtil.h"
 #include "TestSupport.h"
+#include "host/ClientServices.h"
 #include "host/Render.h"
 
 #ifdef ORCADX_HAVE_ZLIB
@@ -14,6 +15,7 @@
 #endif
 
 using namespace orcadx::host;
+using orcadx::test::Mil;
 using orcadx::test::ReadFile;
 
 namespace {
@@ -187,4 +189,153 @@ TEST(HostRender, BrowserShowsTheSheet) {
     EXPECT_GT(yellow, 5000u);
     EXPECT_GT(green, 4000u);
 #endif
+}
+
+namespace {
+
+// The one line of the picture that draws the text `text` (its only tspan), or "".
+std::string TextLine(const std::string& svg, const std::string& text) {
+    std::string needle = "\">" + text + "</tspan></text>";
+    size_t at = svg.find(needle);
+    if (at == std::string::npos) return "";
+    size_t begin = svg.rfind("\n", at) + 1;
+    return svg.substr(begin, svg.find('\n', at) - begin);
+}
+
+}  // namespace
+
+// Where things land in the picture: a sheet of 10000 by 8000 mils, so that host (x, y) in mils
+// draws at (x, 8000 - y). Texts turn counter-clockwise with their orientation, which SVG (y down)
+// writes as a negative angle about the anchor; pins run from the body end to the electrical end;
+// a mirrored arc keeps its radii and runs the other way round from mirrored end points.
+TEST(HostRender, GeometryOfTextsPinsAndArcs) {
+    auto dir = orcadx::test::ScratchDir("host_render_geometry");
+    HostApplication app(orcadx::test::Options(23));
+    app.StartSchServer();
+    IServerDocument* server = OpenOrCreateDocument(app, (dir / "Geometry.SchDoc").string(), "SCH", "Binary", true);
+    auto* sheet = dynamic_cast<ISch_Sheet*>(app.SchDocumentOf(server));
+    ASSERT_NE(sheet, nullptr);
+    sheet->SetState_UseCustomSheet(true);
+    sheet->SetState_CustomX(Mil(10000));
+    sheet->SetState_CustomY(Mil(8000));
+    sheet->SetState_CustomMargin(0);
+    using orcadx::test::Make;
+
+    // Four labels, one per orientation and each with another justification.
+    struct LabelCase {
+        const char* text;
+        int32_t x, orientation, justification;
+    };
+    for (LabelCase c : {LabelCase{"EAST", 1000, 0, eJustify_BottomLeft}, LabelCase{"NORTH", 2000, 1, eJustify_Center},
+                        LabelCase{"WEST", 3000, 2, eJustify_TopRight}, LabelCase{"SOUTH", 4000, 3, eJustify_BottomRight}}) {
+        auto* label = Make<ISch_Label>(app, eLabel);
+        label->SetState_Text(c.text);
+        label->SetState_Location({Mil(c.x), Mil(1000)});
+        label->SetState_Orientation(c.orientation);
+        label->SetState_Justification(c.justification);
+        sheet->AddSchObject(label);
+    }
+    // Pins in all four directions, 200 mils long, one with a dot at its body end.
+    auto* part = Make<ISch_Component>(app, eSchComponent);
+    part->SetState_Location({Mil(5000), Mil(1000)});
+    struct PinCase {
+        const char* name;
+        int32_t x, y, orientation, outerEdge;
+    };
+    for (PinCase c : {PinCase{"P0", 5000, 1000, 0, 0}, PinCase{"P1", 5000, 2000, 1, 0}, PinCase{"P2", 5000, 3000, 2, 0},
+                      PinCase{"P3", 5000, 4000, 3, 0}, PinCase{"PD", 6000, 1000, 0, 3}}) {
+        auto* pin = Make<ISch_Pin>(app, ePin);
+        pin->SetState_Name(c.name);
+        pin->SetState_ShowDesignator(false);
+        pin->SetState_Location({Mil(c.x), Mil(c.y)});
+        pin->SetState_Orientation(c.orientation);
+        pin->SetState_PinLength(Mil(200));
+        pin->SetState_OuterEdge(c.outerEdge);
+        part->AddSchObject(pin);
+    }
+    sheet->AddSchObject(part);
+    // A quarter arc, the same arc mirrored about its centre's vertical, and an elliptical arc of
+    // three quarters with its mirror image.
+    auto arc = [&](int32_t kind, int32_t x, int32_t rx, int32_t ry, double start, double end, bool mirror) {
+        auto* a = dynamic_cast<ISch_Arc*>(app.SchServer()->CreateSchObject(kind, 0));
+        a->SetState_Location({Mil(x), Mil(1000)});
+        a->SetState_Radius(Mil(rx));
+        if (auto* e = dynamic_cast<ISch_EllipticalArc*>(a)) e->SetState_SecondaryRadius(Mil(ry));
+        a->SetState_StartAngle(start);
+        a->SetState_EndAngle(end);
+        if (mirror) a->Mirror({Mil(x), 0});
+        sheet->AddSchObject(a);
+    };
+    arc(eArc, 7000, 100, 100, 0, 90, false);
+    arc(eArc, 7000, 100, 100, 0, 90, true);
+    arc(eEllipticalArc, 8000, 100, 50, 30, 300, false);
+    arc(eEllipticalArc, 8000, 100, 50, 30, 300, true);
+    // A component turned a quarter and one mirrored: their text and arc go with them.
+    auto* turned = Make<ISch_Component>(app, eSchComponent);
+    turned->SetState_Location({Mil(2000), Mil(4000)});
+    auto* value = Make<ISch_Parameter>(app, eParameter);
+    value->SetState_Name("Value");
+    value->SetState_Text("10k");
+    value->SetState_Location({Mil(2100), Mil(4000)});
+    turned->AddSchObject(value);
+    turned->SetState_Orientation(1);
+    sheet->AddSchObject(turned);
+    auto* mirrored = Make<ISch_Component>(app, eSchComponent);
+    mirrored->SetState_Location({Mil(9000), Mil(3000)});
+    auto* bow = Make<ISch_Arc>(app, eArc);
+    bow->SetState_Location({Mil(9100), Mil(3000)});
+    bow->SetState_Radius(Mil(50));
+    bow->SetState_StartAngle(0);
+    bow->SetState_EndAngle(90);
+    mirrored->AddSchObject(bow);
+    mirrored->SetState_IsMirrored(true);
+    sheet->AddSchObject(mirrored);
+
+    std::string svg = RenderSheetSvg(sheet);
+    EXPECT_NE(svg.find("width=\"1000\" height=\"800\" viewBox=\"0 0 10000 8000\""), std::string::npos);
+
+    // Texts: anchor at (x, 7000); the baseline of one line of 100 mils lies 20 above the anchor for
+    // the bottom row, 30 below for the middle, 80 below for the top.
+    EXPECT_NE(TextLine(svg, "EAST").find("text-anchor=\"start\" xml:space=\"preserve\"><tspan x=\"1000\" y=\"6980\">"),
+              std::string::npos)
+        << TextLine(svg, "EAST");
+    EXPECT_NE(TextLine(svg, "NORTH").find("text-anchor=\"middle\" transform=\"rotate(-90 2000 7000)\" xml:space=\"preserve\">"
+                                          "<tspan x=\"2000\" y=\"7030\">"),
+              std::string::npos)
+        << TextLine(svg, "NORTH");
+    EXPECT_NE(TextLine(svg, "WEST").find("text-anchor=\"end\" transform=\"rotate(-180 3000 7000)\" xml:space=\"preserve\">"
+                                         "<tspan x=\"3000\" y=\"7080\">"),
+              std::string::npos)
+        << TextLine(svg, "WEST");
+    EXPECT_NE(TextLine(svg, "SOUTH").find("text-anchor=\"end\" transform=\"rotate(-270 4000 7000)\" xml:space=\"preserve\">"
+                                          "<tspan x=\"4000\" y=\"6980\">"),
+              std::string::npos)
+        << TextLine(svg, "SOUTH");
+    // The parameter turned with its component: from (2100, 4000) to (2000, 4100), orientation 1.
+    EXPECT_NE(TextLine(svg, "10k").find("transform=\"rotate(-90 2000 3900)\" xml:space=\"preserve\"><tspan x=\"2000\" "
+                                        "y=\"3880\">"),
+              std::string::npos)
+        << TextLine(svg, "10k");
+
+    // Pins: body end to electrical end, 200 mils in the pin's direction; the dotted pin's line starts
+    // behind its dot (radius 12, 12 mils out).
+    for (const char* line : {"<line x1=\"5000\" y1=\"7000\" x2=\"5200\" y2=\"7000\"",
+                             "<line x1=\"5000\" y1=\"6000\" x2=\"5000\" y2=\"5800\"",
+                             "<line x1=\"5000\" y1=\"5000\" x2=\"4800\" y2=\"5000\"",
+                             "<line x1=\"5000\" y1=\"4000\" x2=\"5000\" y2=\"4200\"",
+                             "<line x1=\"6024\" y1=\"7000\" x2=\"6200\" y2=\"7000\"",
+                             "<circle cx=\"6012\" cy=\"7000\" r=\"12\""})
+        EXPECT_NE(svg.find(line), std::string::npos) << line;
+    // The name of the upward pin stands 30 mils below its body end, turned to read upward.
+    EXPECT_NE(TextLine(svg, "P1").find("transform=\"rotate(-90 5000 6030)\""), std::string::npos) << TextLine(svg, "P1");
+
+    // Arcs: counter-clockwise from start to end is SVG's sweep flag 0; the large-arc flag is set
+    // past 180 degrees. Mirrored, the arc starts at the mirror of the old end.
+    for (const char* path : {"<path d=\"M7100,7000 A100 100 0 0 0 7000,6900\"",
+                             "<path d=\"M7000,6900 A100 100 0 0 0 6900,7000\"",
+                             "<path d=\"M8086.6,6975 A100 50 0 1 0 8050,7043.3\"",
+                             "<path d=\"M7950,7043.3 A100 50 0 1 0 7913.4,6975\"",
+                             "<path d=\"M8900,4950 A50 50 0 0 0 8850,5000\""})
+        EXPECT_NE(svg.find(path), std::string::npos) << path;
+    app.Client()->CloseDocument(server);
 }
