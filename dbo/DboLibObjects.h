@@ -33,6 +33,9 @@ public:
     std::string LibPathStr;
     uint16_t Color = 0;
     int16_t Left = 0, Top = 0, Right = 0, Bottom = 0;
+    // The drawing's extents in host units (y upward) that the library export leaves here for the
+    // sheet export; not stored.
+    int32_t HostExtentLeft = 0, HostExtentBottom = 0, HostExtentRight = 0, HostExtentTop = 0;
     uint16_t UnknownW = 0;
     int32_t DuplicateIndex = 0;
 

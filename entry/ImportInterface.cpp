@@ -50,10 +50,6 @@ void ImportOLB(const WideChar* FileName, host::IOrcadImporterOption*, host::IHan
     }
 }
 
-bool ExportFileW(const WideChar*, std::u16string*) { return false; }
-
-bool OrCad71Saver(const WideChar*) { return false; }
-
 bool OrCad71Validator(const WideChar* Parameters) {
     std::string parameters = Narrow(Parameters);
     if (parameters.empty()) return false;
@@ -64,11 +60,3 @@ bool OrCad71Validator(const WideChar* Parameters) {
     if (fileType == "OLB") return entry::HasExtension(fileName, ".OLB") && entry::HeaderTest(fileName);
     return false;
 }
-
-bool ExportFileFromSch(const WideChar*, int32_t, host::ISch_Document*) { return false; }
-
-bool ExportFileFromSchEx(const WideChar* FileName, int32_t Unused, host::ISch_Document* Document, int32_t) {
-    return ExportFileFromSch(FileName, Unused, Document);
-}
-
-const WideChar* GetSchExporterDescription() { return u"Orcad v7 Capture Design (*.dsn)"; }

@@ -1,0 +1,58 @@
+// A host built in code for the export tests: a library document, components and drawing objects
+// made through the host's factory, and the Capture file written from them loaded back.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "TestSupport.h"
+#include "dbo/DboDesign.h"
+#include "host/HostApplication.h"
+
+namespace orcadx::test {
+
+constexpr int32_t Unit(double captureUnits) { return static_cast<int32_t>(captureUnits * 100000); }
+
+class ExportFixture : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    host::HostApplication& App() { return *app_; }
+    host::ISch_ServerInterface* Server() { return app_->SchServer(); }
+
+    template <class T>
+    T* Make(int32_t kind) {
+        auto* object = dynamic_cast<T*>(Server()->CreateSchObject(kind, 0));
+        if (!object) throw std::runtime_error("host made no object of kind " + std::to_string(kind));
+        return object;
+    }
+
+    // A new, empty library document in the scratch folder (its first component removed).
+    host::ISch_Lib* NewLibrary(const std::string& name = "Test.SchLib");
+    // A component of one part added to `library`.
+    host::ISch_Component* AddComponent(host::ISch_Lib* library, const std::string& libReference);
+    // A pin on `owner` of the given part.
+    host::ISch_Pin* AddPin(host::ISch_Component* owner, const std::string& name, const std::string& number,
+                           host::Coord location, int32_t orientation, int32_t length, int32_t part = 1,
+                           int32_t mode = 0);
+    host::ISch_Rectangle* AddRectangle(host::ISch_Component* owner, host::Coord a, host::Coord b, int32_t part = 1,
+                                       int32_t mode = 0);
+    // Writes "Penwork.Ini" of the host's settings folder.
+    void WriteSettings(const std::string& text);
+
+    // A Capture design object for `name` in the scratch folder (a library when it ends in .OLB).
+    std::unique_ptr<dbo::TDboDesign> NewDesign(const std::string& name = "Out.OLB");
+    // Loads a written file; fails the test when the load doesn't succeed.
+    std::unique_ptr<dbo::TDboDesign> LoadDesign(const std::filesystem::path& path);
+
+    std::filesystem::path dir_;
+
+private:
+    std::unique_ptr<host::HostApplication> app_;
+};
+
+}  // namespace orcadx::test
