@@ -7,7 +7,6 @@
 #include "entry/FileTest.h"
 #include "host/HostApplication.h"
 #include "platform/CodePage.h"
-#include "platform/Parameters.h"
 
 namespace orcadx::cli {
 
@@ -16,23 +15,23 @@ namespace {
 struct ExportOptions {
     std::string input;
     std::string output;
-    std::string version;
+    std::string version = "65537";
 };
 
-int Fail(const std::string& text) {
+int Usage(const std::string& text) {
     std::cerr << "error: " << text << "\n";
-    return 2;
+    return kExitUsage;
 }
 
 int Run(const ExportOptions& opt) {
     namespace fs = std::filesystem;
     auto& ctx = GetContext();
     if (!entry::HasExtension(opt.input, ".SchLib"))
-        return Fail(opt.input + ": only schematic libraries (.SchLib) can be exported in this build");
-    if (!entry::HasExtension(opt.output, ".OLB")) return Fail(opt.output + ": the name must end in .OLB");
+        return Usage(opt.input + ": only schematic libraries (.SchLib) can be exported in this build");
+    if (!entry::HasExtension(opt.output, ".OLB")) return Usage(opt.output + ": the name must end in .OLB");
     for (const std::string* name : {&opt.input, &opt.output})
-        if (name->find('|') != std::string::npos) return Fail(*name + ": a file name with '|' can't be passed on");
-    if (!fs::is_regular_file(opt.input)) return Fail(opt.input + ": no such file");
+        if (name->find('|') != std::string::npos) return Usage(*name + ": a file name with '|' can't be passed on");
+    if (!InputExists(opt.input)) return kExitFailed;
     std::string input = fs::absolute(opt.input).lexically_normal().string();
     std::string output = fs::absolute(opt.output).lexically_normal().string();
 
@@ -55,17 +54,17 @@ int Run(const ExportOptions& opt) {
     std::u16string results;
     bool written = false;
     if (document) {
-        std::string parameters = "DocumentName=" + input + " | FileName=" + output + " | FileType=OLB";
-        if (!opt.version.empty()) parameters = platform::JoinParameters(parameters, "OrcadVersion=" + opt.version);
+        std::string parameters = "DocumentName=" + input + " | FileName=" + output +
+                                 " | FileType=OLB | OrcadVersion=" + opt.version;
         try {
             written = translator.ExportFileW(platform::Utf8ToUtf16(parameters).c_str(), &results);
         } catch (const std::exception& e) {
             section->AddMessage(host::kLogError, e.what());
         }
-        for (const std::string& box : app.ErrorBoxLog()) section->AddMessage(host::kLogError, box);
-    } else if (app.ErrorBoxLog().empty() && ctx.log->AllMessages(host::kLogError).empty()) {
-        section->AddMessage(host::kLogError, "Cannot open " + input + " as a schematic library");
     }
+    for (const std::string& box : app.ErrorBoxLog()) section->AddMessage(host::kLogError, box);
+    if (!document && ctx.log->AllMessages(host::kLogError).empty())
+        section->AddMessage(host::kLogError, "Cannot open " + input + " as a schematic library");
     std::string text = platform::Utf16ToUtf8(results);
     if (written) {
         section->AddMessage(host::kLogInfo, "Written " + output);
@@ -74,7 +73,7 @@ int Run(const ExportOptions& opt) {
     ctx.verbose = true;
     int errors = ctx.FinishRun();
     if (written) std::cout << text << "\n";
-    return errors > 0 || !written ? 1 : 0;
+    return errors > 0 || !written ? kExitFailed : 0;
 }
 
 }  // namespace
@@ -85,8 +84,9 @@ void AddExportCommand(CLI::App& app) {
     cmd->add_option("input", opt.input, "Schematic library")->required();
     cmd->add_option("-o,--output", opt.output, "Capture library to write")->required();
     cmd->add_option("--version", opt.version,
-                    "OrcadVersion to write, decimal: 65537 (0x00010001), 65538, 131075 (0x00020003, the default) "
-                    "and the other versions Capture knows");
+                    "OrcadVersion to write, in decimal: 65537 (0x00010001, Capture 7.1, the default), 65538, or "
+                    "131075 and 196611, whose size headers can't hold properties of pins")
+        ->capture_default_str();
     cmd->callback([] { throw ExitRequest{Run(opt)}; });
 }
 

@@ -7,7 +7,10 @@
 #include <filesystem>
 #include <unordered_set>
 
+#include <fmt/format.h>
+
 #include "dbo/DboBaseObjects.h"
+#include "dbo/DboSymbolObjects.h"
 #include "export/SCHLibraryExport.h"
 #include "import/Manage_FontTable.h"
 #include "platform/IniFile.h"
@@ -221,26 +224,35 @@ void TSCHCommonExporter::CollectObjects(std::vector<host::ISch_BasicContainer*>&
     }
 }
 
+int GraphicTypeCode(int32_t kind, bool library) {
+    struct Codes {
+        int32_t kind;
+        int page, library;
+    };
+    static constexpr Codes kCodes[] = {
+        {host::eRectangle, dbo::kIdBox, dbo::kIdLibBox},
+        {host::eRoundRectangle, dbo::kIdBox, dbo::kIdLibBox},
+        {host::eLine, dbo::kIdLine, dbo::kIdLibLine},
+        {host::eArc, dbo::kIdArc, dbo::kIdLibArc},
+        {host::eEllipticalArc, dbo::kIdArc, dbo::kIdLibArc},
+        {host::eImage, dbo::kIdBitmap, dbo::kIdLibBitmap},
+        {host::ePie, dbo::kIdFilledGraphic, dbo::kIdLibFilledGraphic},
+        {host::ePolygon, dbo::kIdFilledGraphic, dbo::kIdLibFilledGraphic},
+        {host::eTextFrame, dbo::kIdCommentText, dbo::kIdLibCommentText},
+        {host::eLabel, dbo::kIdCommentText, dbo::kIdLibCommentText},
+        {host::eEllipse, dbo::kIdEllipse, dbo::kIdLibEllipse},
+        {host::ePolyline, dbo::kIdPolyLine, dbo::kIdLibPolyLine},
+        {host::eSymbol, dbo::kIdPolyLine, dbo::kIdLibPolyLine},
+        {host::eBezier, dbo::kIdBezier, dbo::kIdLibBezier},
+    };
+    for (const Codes& c : kCodes)
+        if (c.kind == kind) return library ? c.library : c.page;
+    return -1;
+}
+
 std::unique_ptr<dbo::TDboObject> TSCHCommonExporter::CreateDboObject(int32_t kind) {
-    int code;
-    switch (kind) {
-        case host::eRectangle:
-        case host::eRoundRectangle: code = dbo::kIdBox; break;
-        case host::eLine: code = dbo::kIdLine; break;
-        case host::eArc:
-        case host::eEllipticalArc: code = dbo::kIdArc; break;
-        case host::eImage: code = dbo::kIdBitmap; break;
-        case host::ePie:
-        case host::ePolygon: code = dbo::kIdFilledGraphic; break;
-        case host::eTextFrame:
-        case host::eLabel: code = dbo::kIdCommentText; break;
-        case host::eEllipse: code = dbo::kIdEllipse; break;
-        case host::ePolyline:
-        case host::eSymbol: code = dbo::kIdPolyLine; break;
-        case host::eBezier: code = dbo::kIdBezier; break;
-        default: return nullptr;
-    }
-    return dbo::TDboGraphicInstanceList::ConstructObject(Design, code);
+    int code = GraphicTypeCode(kind, false);
+    return code < 0 ? nullptr : dbo::TDboGraphicInstanceList::ConstructObject(Design, code);
 }
 
 std::unique_ptr<dbo::TDboObject> TSCHCommonExporter::ExportObject(host::ISch_BasicContainer* object) {
@@ -639,6 +651,33 @@ void TSCHCommonExporter::ExportFonts(dbo::TDboFontList& fontList) {
 
 // ----- Library files ----------------------------------------------------------------------------
 
+namespace {
+
+// A file with size headers can't hold name and value pairs (they have no size of their own), and
+// the only ones a library export makes are the properties of pins: a clear refusal before anything
+// is written, in place of the writer's failure half way.
+void CheckHeaderedSave(const dbo::TDboDesign& design) {
+    if (!dbo::InVersionSet(design.Version, dbo::VersionSet::Headered)) return;
+    auto check = [&](const dbo::TDboLibBaseView& view, const std::string& owner) {
+        for (int i = 0; i < view.Pins->Count(); ++i) {
+            const dbo::TDboPin* pin = view.Pins->GetPins(i);
+            if (pin && pin->UserProps.Count() > 0)
+                throw Exception(fmt::format("{}, pin {}: pins with properties can't be written in version 0x{:08X}; "
+                                            "export as version 65537 or 65538.",
+                                            owner, pin->PinName, design.Version));
+        }
+    };
+    for (const auto& component : design.Components)
+        for (int p = 0; p < component->Packages.Count(); ++p)
+            for (int v = 0; v < component->Packages.GetPackages(p)->Views.Count(); ++v)
+                check(*component->Packages.GetPackages(p)->Views.GetViews(v),
+                      "Component " + component->PartInfo->CompName);
+    for (int i = 0; i < design.SymbolCount(); ++i)
+        check(*design.GetSymbol(i), "Symbol " + design.GetSymbol(i)->ViewName);
+}
+
+}  // namespace
+
 void ExportLibrary(host::IHostApplication& host, host::ISch_Lib* library, const std::string& fileName,
                    uint32_t version, std::string& results) {
     importer::FontTableManager().Clear();
@@ -650,6 +689,7 @@ void ExportLibrary(host::IHostApplication& host, host::ISch_Lib* library, const 
     results += "ExportedComponentCount=" + std::to_string(exporter.ComponentNames.size());
     for (size_t i = 0; i < exporter.ComponentNames.size(); ++i)
         results += " | LibReference_" + std::to_string(i) + "=" + exporter.ComponentNames[i];
+    CheckHeaderedSave(design);
     design.Save();
 }
 

@@ -23,6 +23,10 @@ constexpr int32_t kHostUnitsPerCaptureUnit = 100000;
 const host::ObjectSet& GraphicsKindSet();
 const host::ObjectSet& PinKindSet();
 
+// The Capture type code of the record for a host drawing kind: a page instance, or the library
+// object when `library`; -1 for a kind that has none.
+int GraphicTypeCode(int32_t kind, bool library);
+
 // Host colour (0x00BBGGRR) to a Capture colour code.
 int ConvertColor(int32_t hostColor);
 // Host line width (0 smallest, 1 small, 2 medium, 3 large) to a Capture LineWidth.

@@ -125,25 +125,8 @@ void TSCHLibraryExporter::RunExport() {
 // TSCHCommonLibraryExporter
 
 std::unique_ptr<dbo::TDboObject> TSCHCommonLibraryExporter::CreateDboObject(int32_t kind) {
-    int code;
-    switch (kind) {
-        case host::eRectangle:
-        case host::eRoundRectangle: code = dbo::kIdLibBox; break;
-        case host::eLine: code = dbo::kIdLibLine; break;
-        case host::eArc:
-        case host::eEllipticalArc: code = dbo::kIdLibArc; break;
-        case host::eImage: code = dbo::kIdLibBitmap; break;
-        case host::ePie:
-        case host::ePolygon: code = dbo::kIdLibFilledGraphic; break;
-        case host::eTextFrame:
-        case host::eLabel: code = dbo::kIdLibCommentText; break;
-        case host::eEllipse: code = dbo::kIdLibEllipse; break;
-        case host::ePolyline:
-        case host::eSymbol: code = dbo::kIdLibPolyLine; break;
-        case host::eBezier: code = dbo::kIdLibBezier; break;
-        default: return nullptr;
-    }
-    return dbo::TDboGraphicInstanceList::ConstructObject(Design, code);
+    int code = GraphicTypeCode(kind, true);
+    return code < 0 ? nullptr : dbo::TDboGraphicInstanceList::ConstructObject(Design, code);
 }
 
 int32_t TSCHCommonLibraryExporter::ConvertX(int32_t value) {

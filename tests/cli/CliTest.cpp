@@ -9,6 +9,9 @@
 
 #include "TestSupport.h"
 #include "dbo/DboDesign.h"
+#include "dbo/DboLib.h"
+#include "dbo/DboLibObjects.h"
+#include "dbo/DboObjects.h"
 
 using namespace orcadx;
 namespace fs = std::filesystem;
@@ -297,4 +300,84 @@ TEST(SimCommand, PrintsEveryProfileOfASampleProject) {
     r = RunOrcadx("sim " + Quote(test::CorpusDir() / "onyxpsu" / "OnyxPSU.opj"));
     EXPECT_EQ(r.code, 0);
     EXPECT_NE(r.out.find("* No simulation profiles in "), std::string::npos) << r.out;
+}
+
+namespace {
+
+// A schematic library of one component: a body, one pin, a designator "R?" and an alias.
+const char kLibrary[] = R"({
+	"document": { "kind": 33, "props": {}, "children": [
+		{ "kind": 26, "props": { "LibReference": "RES/1", "PartCount": 1, "Aliases": ["R.ALT"] }, "children": [
+			{ "kind": 28, "props": { "Name": "Designator", "Text": "R?" } },
+			{ "kind": 4, "props": { "Location": [0, -4000000], "Corner": [10000000, 0], "OwnerPartId": 1 } },
+			{ "kind": 37, "props": { "Name": "A", "Designator": "1", "Location": [0, -2000000], "Orientation": 2,
+			                         "PinLength": 3000000, "OwnerPartId": 1, "ShowName": true, "ShowDesignator": true } }
+		] }
+	] },
+	"fonts": [],
+	"format": "VantorSchLib",
+	"version": 1
+}
+)";
+
+}  // namespace
+
+TEST(CommandLine, ExportWritesACaptureLibrary) {
+    auto dir = test::ScratchDir("cli-export");
+    std::ofstream(dir / "Parts.SchLib") << kLibrary;
+    auto r = RunOrcadx("export " + Quote(dir / "Parts.SchLib") + " -o " + Quote(dir / "Parts.OLB"));
+    ASSERT_EQ(r.code, 0) << r.err;
+    EXPECT_EQ(r.out, "ExportedComponentCount=1 | LibReference_0=RES_1\n");
+    const std::string& log = r.err;
+    EXPECT_NE(log.find("Exporting Library - Parts.SchLib"), std::string::npos) << log;
+    EXPECT_NE(log.find("Written "), std::string::npos) << log;
+
+    dbo::TDboDesign loaded((dir / "Parts.OLB").string(), nullptr, 0, nullptr);
+    ASSERT_TRUE(loaded.Load(false));
+    EXPECT_TRUE(loaded.Lib->IsLibrary());
+    EXPECT_EQ(loaded.Version, 0x00010001u);  // Capture 7.1 when no version is asked for
+    ASSERT_EQ(loaded.ComponentCount(), 1);
+    const dbo::TDboLibComponent& c = *loaded.GetComponent(0);
+    EXPECT_EQ(c.PartInfo->CompName, "RES_1");
+    EXPECT_EQ(c.PartInfo->CompRefName, "R");
+    const dbo::TDboLibView& view = *c.Packages.GetPackages(0)->Views.GetViews(0);
+    ASSERT_EQ(view.Pins->Count(), 1);
+    EXPECT_EQ(view.Pins->GetPins(0)->EndX, -30);
+    ASSERT_EQ(loaded.Lib->Aliases.Count(), 1);
+    EXPECT_EQ(loaded.Lib->Aliases.GetAliases(0)->AliasName, "R.ALT");
+
+    // Another version on request.
+    r = RunOrcadx("export " + Quote(dir / "Parts.SchLib") + " -o " + Quote(dir / "New.olb") + " --version 131075");
+    ASSERT_EQ(r.code, 0) << r.err;
+    dbo::TDboDesign headered((dir / "New.olb").string(), nullptr, 0, nullptr);
+    ASSERT_TRUE(headered.Load(false));
+    EXPECT_EQ(headered.Version, 0x00020003u);
+}
+
+TEST(CommandLine, ExportFailuresSayWhatIsWrong) {
+    auto dir = test::ScratchDir("cli-export-fail");
+    std::ofstream(dir / "Parts.SchLib") << kLibrary;
+    // A version Capture doesn't know.
+    auto r = RunOrcadx("export " + Quote(dir / "Parts.SchLib") + " -o " + Quote(dir / "x.OLB") + " --version 7");
+    EXPECT_EQ(r.code, 1);
+    EXPECT_NE(r.err.find("Orcad Version is incorrect."), std::string::npos) << r.err;
+    EXPECT_FALSE(fs::exists(dir / "x.OLB"));
+    // The output must be a library name, the input a schematic library that exists.
+    r = RunOrcadx("export " + Quote(dir / "Parts.SchLib") + " -o " + Quote(dir / "x.DSN"));
+    EXPECT_EQ(r.code, 2);
+    EXPECT_NE(r.err.find("the name must end in .OLB"), std::string::npos) << r.err;
+    EXPECT_EQ(RunOrcadx("export " + Quote(dir / "Parts.txt") + " -o " + Quote(dir / "x.OLB")).code, 2);
+    r = RunOrcadx("export " + Quote(dir / "missing.SchLib") + " -o " + Quote(dir / "x.OLB"));
+    EXPECT_EQ(r.code, 1);
+    EXPECT_NE(r.err.find("does not exist"), std::string::npos) << r.err;
+    // A file that isn't a library document.
+    std::ofstream(dir / "Broken.SchLib") << "{ not json";
+    r = RunOrcadx("export " + Quote(dir / "Broken.SchLib") + " -o " + Quote(dir / "x.OLB"));
+    EXPECT_EQ(r.code, 1);
+    EXPECT_NE(r.err.find("error: "), std::string::npos) << r.err;
+    EXPECT_FALSE(fs::exists(dir / "x.OLB"));
+    // A folder that can't take the file: the error box's message reaches the log.
+    r = RunOrcadx("export " + Quote(dir / "Parts.SchLib") + " -o " + Quote(dir / "no" / "such" / "x.OLB"));
+    EXPECT_EQ(r.code, 1);
+    EXPECT_NE(r.err.find("error: Error: "), std::string::npos) << r.err;
 }
