@@ -33,6 +33,8 @@ enum TDboObjectId : uint8_t {
     kIdWireNet = 52,
     kIdBusNet = 53,
     kIdTitleBlock = 65,
+    kIdDRCMark = 77,
+    kIdBookMark = 78,
 };
 
 // The value the next placed part takes as its SearchIndex. Module-wide: starts at 30 and rises by

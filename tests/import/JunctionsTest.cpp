@@ -2,14 +2,20 @@
 // the junction mode, the warnings about junctions the host adds, and the message panel.
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <map>
+
+#include "PageImportSupport.h"
 #include "TestSupport.h"
 #include "host/ClientServices.h"
+#include "host/Connectivity.h"
 #include "host/HostApplication.h"
 #include "host/HostSupport.h"
 #include "import/ProcessJunctions.h"
 
 using namespace orcadx;
 using namespace orcadx::host;
+using test::ChildrenOf;
 
 namespace {
 
@@ -204,4 +210,72 @@ TEST_F(JunctionSheet, WithoutWorkspaceNoAnalysis) {
     Junction({6000, 5000});
     importer::ProcessJunctions(*app, sheet, nullptr, nullptr);
     EXPECT_EQ(JunctionCount(), 0);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Real pages
+
+namespace {
+
+struct JunctionOutcome {
+    std::vector<std::string> messages;  // the junction warnings, in order
+    int kept = 0, removed = 0, auto_ = 0;
+};
+
+// Imports a page and checks what the junction analysis decided against the host's connections:
+// a kept junction joins at least four wire ends or passes (a cross), a removed one fewer.
+JunctionOutcome ImportAndCheck(const std::string& file, const std::string& view, const std::string& pageName) {
+    test::PageBench bench("junction_pages", test::CorpusDir() / file);
+    dbo::TDboPage* page = bench.FindPage(view, pageName);
+    EXPECT_NE(page, nullptr) << pageName;
+    JunctionOutcome out;
+    if (!page) return out;
+    LogSection log;
+    ISch_Document* sheet = bench.Import(view, *page, log);
+    std::map<std::pair<int32_t, int32_t>, int32_t> objects;
+    for (const auto& c : impl::ConnectionPoints(*impl::CoreOf(sheet), false)) objects[{c.Location.X, c.Location.Y}] = c.ObjectCount;
+    auto at = [&](int32_t x, int32_t y) { return objects[std::make_pair(x, y)]; };
+    for (auto* j : ChildrenOf<ISch_Junction>(sheet, eJunction)) {
+        EXPECT_TRUE(j->GetState_Locked());
+        Coord p = j->GetState_Location();
+        EXPECT_GE(at(p.X, p.Y), 4) << "kept at " << p.X << "," << p.Y;
+    }
+    for (const std::string& m : log.AllMessages(kLogWarning)) {
+        if (m.find("Junction") == std::string::npos) continue;
+        out.messages.push_back(m);
+        int x = 0, y = 0;
+        sscanf(m.c_str() + m.find('(') + 1, "%dmil,%dmil", &x, &y);
+        if (m.find("removed") != std::string::npos) {
+            ++out.removed;
+            EXPECT_LE(at(x * 10000, y * 10000), 3) << m;
+        } else if (m.rfind("Auto-Junction", 0) == 0) {
+            ++out.auto_;
+            EXPECT_GE(at(x * 10000, y * 10000), 3) << m;
+        } else {
+            ++out.kept;
+        }
+    }
+    EXPECT_EQ(out.kept, static_cast<int>(ChildrenOf<ISch_Junction>(sheet, eJunction).size()));
+    return out;
+}
+
+}  // namespace
+
+TEST(JunctionsCorpus, RealPagesGiveStableDecisions) {
+    ORCADX_REQUIRE_CORPUS();
+    struct Case {
+        const char *file, *view, *page;
+        int kept, removed, autoJunctions;
+    };
+    for (const Case& c : {Case{"BEAGLEBONEBLK_C3.DSN", "BeagleBoneBlack", "P07_DDR3 Memory", 3, 66, 0},
+                          Case{"parallella-hw/gen0/parallella_gen0.dsn", "Parallella", "10-ZYNQ PWR & GND", 1, 173, 0},
+                          Case{"onyxpsu/ONYXPSU.DSN", "Schematic", "01 - Supervisor and EEPROM", 0, 14, 0}}) {
+        SCOPED_TRACE(c.page);
+        JunctionOutcome first = ImportAndCheck(c.file, c.view, c.page);
+        JunctionOutcome again = ImportAndCheck(c.file, c.view, c.page);
+        EXPECT_EQ(first.messages, again.messages);
+        EXPECT_EQ(first.kept, c.kept);
+        EXPECT_EQ(first.removed, c.removed);
+        EXPECT_EQ(first.auto_, c.autoJunctions);
+    }
 }
