@@ -15,6 +15,7 @@ namespace {
 struct ImportOptions {
     std::string file;
     std::string outDir;
+    std::string page;  // VIEW/PAGE: only this page of a design
     host::ImporterOptions options;
 };
 
@@ -43,9 +44,24 @@ int Run(ImportOptions& opt) {
     std::u16string file = platform::Utf8ToUtf16(fs::absolute(opt.file).string());
     std::u16string folder = platform::Utf8ToUtf16(outDir.string());
     uint8_t templatesImported = 0;
-    auto import = library ? translator.ImportOLB : translator.ImportDSN;
     bool valid = library ? translator.IsValidOLB(file.c_str()) : translator.IsValidDSN(file.c_str());
-    import(file.c_str(), &opt.options, ctx.status.get(), ctx.log.get(), folder.c_str(), project, &templatesImported);
+    if (!opt.page.empty()) {
+        if (library) {
+            std::cerr << "error: --page needs a design (.DSN)\n";
+            return 2;
+        }
+        if (!translator.ImportDSNPage) {
+            std::cerr << "error: the translator " << translator.Path() << " can't import single pages\n";
+            return 2;
+        }
+        std::u16string page = platform::Utf8ToUtf16(opt.page);
+        if (valid)
+            translator.ImportDSNPage(file.c_str(), page.c_str(), &opt.options, ctx.status.get(), ctx.log.get(),
+                                     folder.c_str(), project);
+    } else {
+        auto import = library ? translator.ImportOLB : translator.ImportDSN;
+        import(file.c_str(), &opt.options, ctx.status.get(), ctx.log.get(), folder.c_str(), project, &templatesImported);
+    }
     translator.RegisterHost(nullptr);
     int errors = ctx.FinishRun();
     if (ctx.stats)
@@ -64,6 +80,7 @@ void AddImportCommand(CLI::App& app) {
     auto* cmd = app.add_subcommand("import", "Import a Capture design (.DSN) or library (.OLB)");
     cmd->add_option("file", opt.file, "Capture file")->required();
     cmd->add_option("-o,--output", opt.outDir, "Folder of the project to make")->required();
+    cmd->add_option("--page", opt.page, "Import only this page of a design: VIEW/PAGE, or a page name that one view has");
     auto& o = opt.options;
     o.defaultComponentFill = true;
     cmd->add_flag("--skip-title-blocks", o.skipTitleBlocks, "Leave title blocks out");

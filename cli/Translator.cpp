@@ -58,6 +58,7 @@ Translator::Translator() {
     Resolve(handle_, "ExportFileFromSch", ExportFileFromSch);
     Resolve(handle_, "ExportFileFromSchEx", ExportFileFromSchEx);
     Resolve(handle_, "GetSchExporterDescription", GetSchExporterDescription);
+    ImportDSNPage = reinterpret_cast<PFN_ImportPage>(dlsym(handle_, "ImportDSNPage"));
 }
 
 Translator::~Translator() {

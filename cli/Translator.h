@@ -31,6 +31,8 @@ public:
     PFN_ExportFileFromSch ExportFileFromSch = nullptr;
     PFN_ExportFileFromSchEx ExportFileFromSchEx = nullptr;
     PFN_GetDescription GetSchExporterDescription = nullptr;
+    // Null when the library doesn't export it.
+    PFN_ImportPage ImportDSNPage = nullptr;
 
 private:
     void* handle_ = nullptr;

@@ -47,6 +47,12 @@ ORCADX_EXPORT bool ExportFileFromSch(const WideChar* FileName, int32_t Unused, o
 ORCADX_EXPORT bool ExportFileFromSchEx(const WideChar* FileName, int32_t Unused, orcadx::host::ISch_Document* Document,
                                        int32_t Unused2);
 ORCADX_EXPORT const WideChar* GetSchExporterDescription();
+// One page of a design ("VIEW/PAGE", or a page name that only one view has) into a sheet of the
+// output folder, with the library import before it; false on failure, with the reason in the log.
+ORCADX_EXPORT bool ImportDSNPage(const WideChar* FileName, const WideChar* ViewAndPage,
+                                 orcadx::host::IOrcadImporterOption* Options, orcadx::host::IHandler_Status* Status,
+                                 orcadx::host::ILogSection* Log, const WideChar* OutputFolder,
+                                 orcadx::host::IProject* Project);
 
 // Function pointer types, for a host that looks the exports up by name.
 using PFN_RegisterHost = void (*)(orcadx::host::IHostApplication*);
@@ -60,3 +66,6 @@ using PFN_Parameters = bool (*)(const WideChar*);
 using PFN_ExportFileFromSch = bool (*)(const WideChar*, int32_t, orcadx::host::ISch_Document*);
 using PFN_ExportFileFromSchEx = bool (*)(const WideChar*, int32_t, orcadx::host::ISch_Document*, int32_t);
 using PFN_GetDescription = const WideChar* (*)();
+using PFN_ImportPage = bool (*)(const WideChar*, const WideChar*, orcadx::host::IOrcadImporterOption*,
+                                orcadx::host::IHandler_Status*, orcadx::host::ILogSection*, const WideChar*,
+                                orcadx::host::IProject*);
