@@ -27,7 +27,16 @@ int Run(ImportOptions& opt) {
         std::cerr << "error: " << opt.file << ": the name must end in .DSN or .OLB\n";
         return kExitUsage;
     }
+    if (!opt.page.empty() && library) {
+        std::cerr << "error: --page needs a design (.DSN)\n";
+        return kExitUsage;
+    }
     if (!InputExists(opt.file)) return kExitFailed;
+    auto& translator = ctx.GetTranslator();
+    if (!opt.page.empty() && !translator.ImportDSNPage) {
+        std::cerr << "error: the translator " << translator.Path() << " can't import single pages\n";
+        return kExitFailed;
+    }
     std::error_code ec;
     fs::create_directories(opt.outDir, ec);
     if (ec) {
@@ -36,7 +45,6 @@ int Run(ImportOptions& opt) {
     }
     fs::path outDir = fs::absolute(opt.outDir);
     for (auto& directory : opt.options.libraryDirectories) directory = fs::absolute(directory).string();
-    auto& translator = ctx.GetTranslator();
     host::HostApplication app;
     translator.RegisterHost(&app);
     host::IProject* project = app.CreateProject((outDir / (fs::path(opt.file).stem().string() + ".VsProj")).string());
@@ -46,14 +54,6 @@ int Run(ImportOptions& opt) {
     uint8_t templatesImported = 0;
     bool valid = library ? translator.IsValidOLB(file.c_str()) : translator.IsValidDSN(file.c_str());
     if (!opt.page.empty()) {
-        if (library) {
-            std::cerr << "error: --page needs a design (.DSN)\n";
-            return 2;
-        }
-        if (!translator.ImportDSNPage) {
-            std::cerr << "error: the translator " << translator.Path() << " can't import single pages\n";
-            return 2;
-        }
         std::u16string page = platform::Utf8ToUtf16(opt.page);
         if (valid)
             translator.ImportDSNPage(file.c_str(), page.c_str(), &opt.options, ctx.status.get(), ctx.log.get(),

@@ -164,17 +164,22 @@ void TSCHPageImporter::ImportList(dbo::TDboStorableList& list) {
                 if (auto* bus = dynamic_cast<dbo::TDboWireBus*>(item)) made = ImportBus(*bus);
                 break;
             case dbo::kIdPort:
-                if (auto* port = dynamic_cast<dbo::TDboPort*>(item)) made = ImportPort(*port);
+                if (auto* port = dynamic_cast<dbo::TDboPort*>(item))
+                    made = native ? ImportPortAsComponent(*port) : ImportPort(*port);
                 break;
             case dbo::kIdBusEntry:
                 if (auto* entry = dynamic_cast<dbo::TDboBusEntry*>(item)) made = ImportBusEntry(*entry);
                 break;
             case dbo::kIdPower:
-                if (auto* power = dynamic_cast<dbo::TDboPower*>(item)) made = ImportPower(*power);
+                if (auto* power = dynamic_cast<dbo::TDboPower*>(item))
+                    made = native ? ImportPowerAsComponent(*power) : ImportPower(*power);
                 break;
             case dbo::kIdOffPage:
-                if (auto* offPage = dynamic_cast<dbo::TDboOffPage*>(item))
-                    made = Options && Options->GetOffPageAsPorts() ? ImportOffPageAsPort(*offPage) : ImportOffPage(*offPage);
+                if (auto* offPage = dynamic_cast<dbo::TDboOffPage*>(item)) {
+                    if (native) made = ImportOffPageAsComponent(*offPage);
+                    else if (Options && Options->GetOffPageAsPorts()) made = ImportOffPageAsPort(*offPage);
+                    else made = ImportOffPage(*offPage);
+                }
                 break;
             case dbo::kIdTitleBlock:
                 if (auto* titleBlock = dynamic_cast<dbo::TDboTitleBlock*>(item)) made = ImportTitleBlock(*titleBlock);
@@ -189,8 +194,10 @@ void TSCHPageImporter::ImportList(dbo::TDboStorableList& list) {
                 // Placed parts and hierarchical blocks (12, 13) come with their own importers.
                 break;
         }
-        (void)native;
-        if (made) Document->AddSchObject(made);
+        if (!made) continue;
+        Document->AddSchObject(made);
+        if (native && item->ID == dbo::kIdOffPage)
+            ImportOffPageLabels(static_cast<dbo::TDboOffPage&>(*item), dynamic_cast<host::ISch_Component*>(made));
     }
     std::vector<host::ISch_GraphicalObject*> junctions;
     for (int i = 0; i < list.Count(); ++i)

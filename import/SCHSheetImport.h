@@ -105,6 +105,13 @@ public:
     virtual host::ISch_GraphicalObject* ImportOffPageAsPort(dbo::TDboOffPage& offPage);
     virtual host::ISch_GraphicalObject* ImportPower(dbo::TDboPower& power);
     virtual host::ISch_GraphicalObject* ImportTitleBlock(dbo::TDboTitleBlock& titleBlock);
+    // Under the native import rules ports, off-page connectors and power objects are the library
+    // components of their symbols, placed like parts.
+    virtual host::ISch_GraphicalObject* ImportPortAsComponent(dbo::TDboPort& port);
+    virtual host::ISch_GraphicalObject* ImportOffPageAsComponent(dbo::TDboOffPage& offPage);
+    virtual host::ISch_GraphicalObject* ImportPowerAsComponent(dbo::TDboPower& power);
+    // The properties of a native off-page connector as labels on the sheet beside it.
+    void ImportOffPageLabels(dbo::TDboOffPage& offPage, host::ISch_Component* component);
     // DRC marks and bookmarks have nothing in the host: they make nothing.
     virtual host::ISch_GraphicalObject* ImportDRCMark(dbo::TDboDRCMark&) { return nullptr; }
     virtual host::ISch_GraphicalObject* ImportBookMark(dbo::TDboBookMark&) { return nullptr; }
@@ -131,6 +138,15 @@ public:
                                  int32_t& y);
     // Removes and destroys every parameter whose name begins with "Vantor-Right" or "Vantor-Bottom".
     void RemoveExtentParameters(host::ISch_Component* component);
+    // The library's name of the component made from `name` of `library`: "_Dup" and a number for a
+    // duplicate; `name` itself when the design has no such component or symbol.
+    std::string CompNameFor(const std::string& name, const std::string& library) const;
+    // Colours the drawing of a component (rectangles, lines, arcs, round rectangles, ellipses,
+    // polygons, polylines), and fills it too when `fill`.
+    static void PaintPrimitives(host::ISch_Component* component, int32_t color, bool fill);
+    // Turns and mirrors a component standing at its location as Capture turns and mirrors a placed
+    // symbol: mirror value 1 runs the quarter turns the other way.
+    static void TurnAndMirror(host::ISch_Component* component, int rotation, int mirror);
 
     // ----- Symbols of power objects and off-page connectors -------------------------------------
     struct Geometry {
@@ -144,6 +160,9 @@ public:
     dbo::TDboLibSymbol* FindSymbol(const std::string& name, const std::string& libraryPath);
 
 protected:
+    enum class SymbolKind { Port, OffPage, Power };
+    // The component of a port, off-page connector or power symbol, placed at the record.
+    host::ISch_Component* ImportSymbolAsComponent(dbo::TDboPortInst& record, SymbolKind kind);
     // Moves a port by its width and swaps its sides, as a mirrored Capture port needs.
     void MirrorPort(host::ISch_Port* port);
     // A port of a symbol outside the PORT family: logged, and placed from the symbol's size.

@@ -381,3 +381,26 @@ TEST(CommandLine, ExportFailuresSayWhatIsWrong) {
     EXPECT_EQ(r.code, 1);
     EXPECT_NE(r.err.find("error: Error: "), std::string::npos) << r.err;
 }
+
+// One page of the sample design in examples/: its sheet lands in the output folder; a page the
+// design doesn't have, or --page on a library, fails with the reason.
+TEST(CommandLine, ImportOfOnePage) {
+    auto dir = test::ScratchDir("cli-import-page");
+    const fs::path source = fs::path(ORCADX_SOURCE_DIR) / "examples" / "Series-Regulator";
+    const std::string design = Quote(source / "P1_Olteanu_Rares.dsn");
+    Result r = RunOrcadx("import " + design + " --page SCHEMATIC2/VREF_TEST -o " + Quote(dir / "one") + " -q");
+    EXPECT_EQ(r.code, 0) << r.err;
+    EXPECT_TRUE(fs::is_regular_file(dir / "one" / "VREF_TEST.SchDoc")) << r.err;
+    std::string sheet = Slurp(dir / "one" / "VREF_TEST.SchDoc");
+    EXPECT_NE(sheet.find("\"VantorSchDoc\""), std::string::npos);
+    // A page name alone, when one view has it.
+    r = RunOrcadx("import " + design + " --page FINAL -o " + Quote(dir / "two") + " -q");
+    EXPECT_EQ(r.code, 0) << r.err;
+    EXPECT_TRUE(fs::is_regular_file(dir / "two" / "FINAL.SchDoc"));
+    r = RunOrcadx("import " + design + " --page SCHEMATIC2/NOPAGE -o " + Quote(dir / "three") + " -q");
+    EXPECT_EQ(r.code, 1);
+    EXPECT_NE(r.err.find("has no page SCHEMATIC2/NOPAGE"), std::string::npos) << r.err;
+    r = RunOrcadx("import " + Quote(source / "Libs" / "BC846B.OLB") + " --page X -o " + Quote(dir / "four") + " -q");
+    EXPECT_EQ(r.code, 2);
+    EXPECT_NE(r.err.find("--page needs a design"), std::string::npos) << r.err;
+}

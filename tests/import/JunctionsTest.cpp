@@ -31,7 +31,8 @@ protected:
         o.WithWorkspace = workspace;
         app = std::make_unique<HostApplication>(o);
         app->StartSchServer();
-        std::string path = (test::ScratchDir("junctions") / "J.SchDoc").string();
+        std::string path =
+            (test::ScratchDir(::testing::UnitTest::GetInstance()->current_test_info()->name()) / "J.SchDoc").string();
         sheet = dynamic_cast<ISch_Sheet*>(app->SchDocumentOf(OpenOrCreateDocument(*app, path, "SCH", "Binary", true)));
         ASSERT_NE(sheet, nullptr);
         sheet->SetState_DisplayUnit(eUnitMil);

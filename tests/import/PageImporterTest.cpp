@@ -506,3 +506,77 @@ TEST_F(PageTest, SheetsTakeThePageSize) {
 }
 
 }  // namespace orcadx::test
+
+namespace orcadx::test {
+
+// Under the native rules the symbols are the library's components, placed like parts.
+TEST_F(PageTest, NativeRulesPlaceSymbolComponents) {
+    struct NativeRules {
+        NativeRules() { setenv("KEL_USE_NATIVE_ORCAD_IMPORT", "1", 1); }
+        ~NativeRules() { unsetenv("KEL_USE_NATIVE_ORCAD_IMPORT"); }
+    } native;
+    // The library that the library import would have made: one component per symbol, with its
+    // extents in Capture units.
+    const std::string libraryPath = (folder / "test_Library.SchLib").string();
+    auto* library = dynamic_cast<ISch_Lib*>(app.SchDocumentOf(OpenOrCreateDocument(app, libraryPath, "SCHLIB", "Binary", true)));
+    ASSERT_NE(library, nullptr);
+    for (const char* name : {"VCC_BAR", "OFFPAGELEFT-L", "PORTBOTH-L"}) {
+        auto* c = dynamic_cast<ISch_Component*>(app.SchServer()->CreateSchObject(eSchComponent, 0));
+        c->SetState_LibReference(name);
+        auto* body = dynamic_cast<ISch_Rectangle*>(app.SchServer()->CreateSchObject(eRectangle, 0));
+        body->SetState_Location({0, -1000000});
+        body->SetState_Corner({2000000, 0});
+        body->SetState_OwnerPartId(1);
+        c->AddSchObject(body);
+        for (auto [extent, value] : {std::pair{"Vantor-Right", "20"}, std::pair{"Vantor-Bottom", "10"}}) {
+            auto* p = dynamic_cast<ISch_Parameter*>(app.SchServer()->CreateSchObject(eParameter, 0));
+            p->SetState_Name(extent);
+            p->SetState_Text(value);
+            c->AddSchObject(p);
+        }
+        library->AddSchComponent(c);
+    }
+    AddPortInst<dbo::TDboPower>(*page->Powers, "VDD", "VCC_BAR", 100, 200)->SetColor(8);
+    auto* offPage = AddPortInst<dbo::TDboOffPage>(*page->OffPages, "SDA", "OFFPAGELEFT-L", 300, 200);
+    offPage->AddVisibleProp("Name", "SDA", 310, 190, 0, 0, 0, 0, 48)->DisplayFormat = 1;
+    AddPort("D[0:1]", "PORTBOTH-L", 500, 200);
+    AddPortInst<dbo::TDboPower>(*page->Powers, "NONE", "NOSUCH", 700, 200);
+    Importer();
+    importer->LibraryName = libraryPath;
+    importer->RunImport();
+
+    EXPECT_TRUE(On<ISch_PowerObject>(ePowerObject).empty());
+    EXPECT_TRUE(On<ISch_CrossSheetConnector>(eCrossSheetConnector).empty());
+    EXPECT_TRUE(On<ISch_Port>(ePort).empty());
+    auto components = On<ISch_Component>(eSchComponent);
+    ASSERT_EQ(components.size(), 3u);  // the symbol that the library lacks makes nothing
+    // Ports come before power objects and off-page connectors.
+    ISch_Component* port = components[0];
+    ISch_Component* power = components[1];
+    EXPECT_EQ(components[2]->GetState_LibReference(), "OFFPAGELEFT-L");
+    EXPECT_EQ(power->GetState_LibReference(), "VCC_BAR");
+    EXPECT_TRUE(power->GetState_IsPlaced());
+    EXPECT_EQ(power->GetState_Location(), (Coord{X(100), Y(200)}));
+    EXPECT_EQ(power->GetState_DisplayMode(), 0);
+    EXPECT_TRUE(power->GetState_SchDesignator()->GetState_IsHidden());
+    EXPECT_EQ(power->GetState_SchDesignator()->GetState_Color(), 255);
+    auto bodies = ChildrenOf<ISch_Rectangle>(power, eRectangle);
+    ASSERT_EQ(bodies.size(), 1u);
+    EXPECT_EQ(bodies[0]->GetState_Color(), 0x0000FF);  // colour 8, fill too
+    EXPECT_EQ(bodies[0]->GetState_AreaColor(), 0x0000FF);
+    for (auto* c : components) {
+        for (auto* p : ChildrenOf<ISch_Parameter>(c, eParameter)) EXPECT_EQ(p->GetState_Name().rfind("Vantor-", 0), std::string::npos);
+    }
+    // The off-page connector's name as a label of the sheet, half a font size below its place.
+    auto labels = On<ISch_Label>(eLabel);
+    ASSERT_EQ(labels.size(), 1u);
+    EXPECT_EQ(labels[0]->GetState_Text(), "SDA");
+    EXPECT_EQ(labels[0]->GetState_Location().Y, components[2]->GetState_Location().Y - 10 * 100000 / 2);
+    // The port's designator names the port, hidden, red.
+    EXPECT_EQ(port->GetState_SchDesignator()->GetState_Text(), "D[0..1]");
+    EXPECT_TRUE(port->GetState_SchDesignator()->GetState_IsHidden());
+    EXPECT_EQ(port->GetState_SchDesignator()->GetState_Color(), 255);
+    EXPECT_TRUE(Messages(kLogError).empty());
+}
+
+}  // namespace orcadx::test
