@@ -165,6 +165,8 @@ protected:
     host::ISch_Component* ImportSymbolAsComponent(dbo::TDboPortInst& record, SymbolKind kind);
     // Moves a port by its width and swaps its sides, as a mirrored Capture port needs.
     void MirrorPort(host::ISch_Port* port);
+    // An off-page connector of a symbol outside the OFFPAGELEFT family: logged.
+    void UnknownOffPage(dbo::TDboOffPage& record, host::Coord location);
     // A port of a symbol outside the PORT family: logged, and placed from the symbol's size.
     void UnknownPort(dbo::TDboPort& record, host::ISch_Port* port);
     // The label of a shown property of a wire.

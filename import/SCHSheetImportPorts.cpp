@@ -231,6 +231,11 @@ std::optional<TSCHPageImporter::Geometry> TSCHPageImporter::SymbolGeometry(dbo::
 
 // ----- Off-page connectors -----------------------------------------------------------------------
 
+void TSCHPageImporter::UnknownOffPage(dbo::TDboOffPage& record, host::Coord location) {
+    LogMessage(host::kLogWarning, fmt::format("Off-Page Connector of type {} at {} is not recognised", record.SymName,
+                                              PointText(location)));
+}
+
 host::ISch_GraphicalObject* TSCHPageImporter::ImportOffPage(dbo::TDboOffPage& record) {
     auto* connector = CreateObject<host::ISch_CrossSheetConnector>(host::eCrossSheetConnector);
     if (!connector) return nullptr;
@@ -254,8 +259,7 @@ host::ISch_GraphicalObject* TSCHPageImporter::ImportOffPage(dbo::TDboOffPage& re
             connector->SetState_Orientation((connector->GetState_Orientation() + 1) & 3);
     }
     if (record.SymName != "OFFPAGELEFT-L" && record.SymName != "OFFPAGELEFT-R")
-        LogMessage(host::kLogWarning, fmt::format("Off-Page Connector of type {} at {} is not recognised",
-                                                  record.SymName, PointText(connector->GetState_Location())));
+        UnknownOffPage(record, connector->GetState_Location());
     return connector;
 }
 
@@ -277,8 +281,7 @@ host::ISch_GraphicalObject* TSCHPageImporter::ImportOffPageAsPort(dbo::TDboOffPa
     } else if (record.SymName == "OFFPAGELEFT-L") {
         port->SetState_IOType(2);
     } else {
-        LogMessage(host::kLogWarning, fmt::format("Off-Page Connector of type {} at {} is not recognised",
-                                                  record.SymName, PointText(port->GetState_Location())));
+        UnknownOffPage(record, port->GetState_Location());
     }
     return port;
 }
