@@ -5,7 +5,6 @@
 
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 
 #include "dbo/DboDesign.h"
 #include "dbo/DboGraphicObjects.h"
@@ -13,6 +12,7 @@
 #include "dbo/DboViewObjects.h"
 #include "import/HostIteration.h"
 #include "import/ProcessJunctions.h"
+#include "platform/IniFile.h"
 #include "platform/Status.h"
 #include "platform/TextCompare.h"
 
@@ -61,28 +61,9 @@ std::string NormaliseBusName(const std::string& name) {
 }
 
 bool ReadImportLockedJunctions(host::IHostApplication& host) {
-    std::ifstream file(std::filesystem::path(host.GetSettingsFolder()) / "Penwork.Ini");
-    bool inSection = false, value = false;
-    auto trim = [](std::string s) {
-        size_t b = s.find_first_not_of(" \t\r\n"), e = s.find_last_not_of(" \t\r\n");
-        return b == std::string::npos ? std::string() : s.substr(b, e - b + 1);
-    };
-    for (std::string line; std::getline(file, line);) {
-        line = trim(line);
-        if (!line.empty() && line.front() == '[') {
-            size_t close = line.find(']');
-            inSection = close != std::string::npos && platform::SameTextNoCase(trim(line.substr(1, close - 1)), "OrCAD Translator");
-            continue;
-        }
-        size_t eq = line.find('=');
-        if (!inSection || eq == std::string::npos || !platform::SameTextNoCase(trim(line.substr(0, eq)), "ImportLockedJunctions"))
-            continue;
-        std::string text = trim(line.substr(eq + 1));
-        value = platform::SameTextNoCase(text, "true") || platform::SameTextNoCase(text, "yes") ||
-                TextToInt(text, 0) != 0;
-        break;
-    }
-    return value;
+    platform::IniFile ini((std::filesystem::path(host.GetSettingsFolder()) / "Penwork.Ini").string());
+    std::string text = ini.ReadString("OrCAD Translator", "ImportLockedJunctions", "0");
+    return platform::SameTextNoCase(text, "true") || TextToInt(text, 0) != 0;
 }
 
 // ----- The importer ------------------------------------------------------------------------------

@@ -62,8 +62,8 @@ struct PortPlace {
 };
 std::optional<PortPlace> PortPlacement(const dbo::TDboPort& port);
 
-// The Windows-style text of a page's ImportLockedJunctions setting: the key of that name in the
-// section "OrCAD Translator" of "Penwork.Ini" in the host's settings folder.
+// The setting ImportLockedJunctions: the key of that name in the section "OrCAD Translator" of
+// "Penwork.Ini" in the host's settings folder, a number (not 0 is true) or "true"; false without it.
 bool ReadImportLockedJunctions(host::IHostApplication& host);
 
 class TSCHPageImporter : public TSCHCommonImporter {

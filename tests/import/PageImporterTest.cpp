@@ -3,6 +3,8 @@
 // blocks, and the sheet that a page gets.
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 #include "ImportTestSupport.h"
 #include "dbo/DboGraphicObjects.h"
 #include "dbo/DboObjects.h"
@@ -577,6 +579,19 @@ TEST_F(PageTest, NativeRulesPlaceSymbolComponents) {
     EXPECT_TRUE(port->GetState_SchDesignator()->GetState_IsHidden());
     EXPECT_EQ(port->GetState_SchDesignator()->GetState_Color(), 255);
     EXPECT_TRUE(Messages(kLogError).empty());
+}
+
+}  // namespace orcadx::test
+
+namespace orcadx::test {
+
+TEST_F(PageTest, ImportLockedJunctionsComesFromTheSettings) {
+    EXPECT_FALSE(Importer().ImportLockedJunctions);  // no file
+    std::filesystem::create_directories(app.GetSettingsFolder());
+    std::ofstream(std::filesystem::path(app.GetSettingsFolder()) / "Penwork.Ini")
+        << "[Other]\r\nImportLockedJunctions=1\r\n[orcad translator]\r\n importlockedjunctions = 1 \r\n";
+    TSCHPageImporter again(app, &design, "", &options, &log, page.get(), sheet, &names);
+    EXPECT_TRUE(again.ImportLockedJunctions);
 }
 
 }  // namespace orcadx::test
