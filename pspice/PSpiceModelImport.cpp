@@ -120,7 +120,16 @@ TPSpiceModelImportManager::TPSpiceModelImportManager(host::IHostApplication* hos
             if (!present) Project->AddSearchPath(kModelsSearchPath, true);
         }
     }
-    if (!designFileName.empty()) DesignDirectory = DirectoryOf(designFileName);
+    if (!designFileName.empty()) {
+        // A file reached through a link has its models beside the file itself.
+        std::error_code ec;
+        std::string file = designFileName;
+        if (fs::is_symlink(file, ec)) {
+            fs::path target = fs::canonical(file, ec);
+            if (!ec) file = target.string();
+        }
+        DesignDirectory = DirectoryOf(file);
+    }
 }
 
 TPSpiceModel* TPSpiceModelImportManager::AddModel(const std::string& name, const std::string& path) {

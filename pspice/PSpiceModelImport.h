@@ -172,7 +172,7 @@ public:
     bool IsIntegratedLibrary = false;
     host::IOrcadImporterOption* Options = nullptr;
     std::string OutputDirectory;
-    std::string DesignDirectory;
+    std::string DesignDirectory;  // of the Capture file; of the file a link points to for a link
     TPSpiceModelList Models;
     host::ILogSection* Log = nullptr;
     bool Initialized = false;

@@ -140,6 +140,13 @@ TEST_F(ModelImport, ImportModelExtractsAtOnceAndTheIndexServesTheNextRun) {
         EXPECT_TRUE(missing->ModelFile.empty());
     }
     EXPECT_EQ(PSpiceModelFiles().ScanCount(), scans + 1);
+    // A file reached through a link has its models beside the file it points to.
+    WriteText(designFile, "not read");
+    fs::create_directories(dir / "links");
+    fs::create_symlink(designFile, dir / "links" / "D.OLB");
+    EXPECT_EQ(TPSpiceModelImportManager(&app, (dir / "links" / "D.OLB").string(), project, &options, nullptr, 0, nullptr)
+                  .DesignDirectory,
+              fs::canonical(dir / "design").string());
     // A second import with the same folders does no scan, even when a new library appeared.
     WriteText(dir / "libs" / "later.lib", ".MODEL LATER D\n* end\n");
     TPSpiceModelImportManager again(&app, designFile, project, &options, nullptr, 0, nullptr);
