@@ -1,12 +1,16 @@
 // The exported functions of the translator library.
+#include <exception>
+#include <memory>
 #include <string>
 
+#include "dbo/DboDesign.h"
 #include "entry/FileTest.h"
 #include "entry/HostAccess.h"
 #include "platform/Parameters.h"
 #include "platform/Status.h"
 #include "entry/TranslatorApi.h"
 #include "platform/CodePage.h"
+#include "import/SCHLibraryImport.h"
 
 using namespace orcadx;
 
@@ -24,12 +28,162 @@ bool IsValidDSN(const WideChar* FileName) { return entry::IsValidFile(Narrow(Fil
 
 bool IsValidOLB(const WideChar* FileName) { return entry::IsValidFile(Narrow(FileName), ".OLB"); }
 
-bool AnalyzeDSN(const WideChar* FileName, host::IHandler_Status*, host::IStringList*, host::IStringList*) {
-    return IsValidDSN(FileName);
+// ----- Drivers of the analyses and imports ----------------------------------------------------
+
+namespace {
+
+const char kLibraryKey[] = "OrCAD.SCHLIB";
+
+// Document notifications around an import: the project's document with 47 and 48, none with 7 and 6.
+void Notify(host::IHostApplication& app, int32_t code, host::IProject* project) {
+    if (host::IClient* client = app.Client())
+        client->SendDocumentNotification(code, project ? project->GetProjectDocument() : nullptr);
 }
 
-bool AnalyzeOLB(const WideChar* FileName, host::IHandler_Status*, host::IStringList*, host::IStringList*) {
-    return IsValidOLB(FileName);
+void NotifyStart(host::IHostApplication& app, host::IProject* project) {
+    Notify(app, 47, project);
+    Notify(app, 7, nullptr);
+}
+
+// The closing notifications; they also run on the way out of a failed import, where a failure of
+// theirs must not hide the first one.
+void NotifyEnd(host::IHostApplication& app, host::IProject* project) {
+    try {
+        Notify(app, 6, nullptr);
+        Notify(app, 48, project);
+    } catch (...) {
+    }
+}
+
+// The schematic server, asked to start when it isn't running.
+void EnsureSchServer(host::IHostApplication& app) {
+    if (!app.SchServer())
+        if (host::IClient* client = app.Client()) client->StartServer("SCH");
+}
+
+std::string MessageOf(std::exception_ptr failure) {
+    try {
+        std::rethrow_exception(failure);
+    } catch (const std::exception& e) {
+        return e.what();
+    } catch (...) {
+        return "Unknown error";
+    }
+}
+
+// The design import of a library file (share 50 of the progress): a library file has no views, so
+// the design import makes no sheet from it and imports no template. The design import driver
+// takes this place once it exists.
+void ImportDesignOfLibrary(host::IHostApplication&, dbo::TDboDesign&, const std::string& /*libraryPath*/,
+                           host::IOrcadImporterOption*, host::IHandler_Status*, int32_t /*progress*/,
+                           host::ILogSection*, const std::string& /*folder*/, host::IProject*,
+                           bool& /*templatesImported*/) {}
+
+// The design side of AnalyzeDSN: the documents of the pages and the models the parts name. The
+// design import driver takes this place once it exists; until then the analysis names the library.
+void AnalyzeDesign(dbo::TDboDesign&, host::IStringList* /*analysis*/, host::IStringList* /*analysisDetail*/) {}
+
+// AnalyzeDSN and AnalyzeOLB after their file test: what an import would make, without making it.
+// Every failure is swallowed; the lists may then be partial.
+void Analyze(const std::string& fileName, bool library, host::IHandler_Status* Status, host::IStringList* Analysis,
+             host::IStringList* AnalysisDetail) {
+    platform::StatusReporter status(Status);
+    try {
+        status.Begin();
+    } catch (...) {
+        return;
+    }
+    try {
+        std::unique_ptr<dbo::TDboDesign> design;
+        try {
+            design = std::make_unique<dbo::TDboDesign>(fileName, Status, 100, nullptr);
+            status.Range(100);
+            if (design->Load(false)) {
+                importer::AnalyzeLibrary(*design, Analysis, library ? AnalysisDetail : nullptr);
+                if (!library) AnalyzeDesign(*design, Analysis, AnalysisDetail);
+            }
+            status.Complete();
+        } catch (...) {
+        }
+        design.reset();
+    } catch (...) {
+    }
+    try {
+        status.End();
+    } catch (...) {
+    }
+}
+
+// The library import behind ImportOLB, after its file test.
+void ImportLibraryFile(host::IHostApplication& app, const std::string& fileName, host::IOrcadImporterOption* Options,
+                       host::IHandler_Status* Status, host::ILogSection* Log, const std::string& folder,
+                       host::IProject* Project, uint8_t* TemplatesImported) {
+    platform::AnalyticsStart(kLibraryKey);
+    std::unique_ptr<dbo::TDboDesign> design;
+    platform::StatusReporter status(Status);
+    bool begun = false;
+    try {
+        EnsureSchServer(app);
+        NotifyStart(app, Project);
+        design = std::make_unique<dbo::TDboDesign>(fileName, Status, 100, Log);
+        status.Begin();
+        begun = true;
+        status.Range(250);
+        if (design->Load(false)) {
+            bool templates = false;
+            std::string library = importer::ImportLibrary(app, *design, Options, Status, 100, Log, folder, Project,
+                                                          true, templates);
+            if (TemplatesImported) *TemplatesImported = templates ? 1 : 0;
+            if (!library.empty()) {
+                bool designTemplates = false;
+                ImportDesignOfLibrary(app, *design, library, Options, Status, 50, Log, folder, Project,
+                                      designTemplates);
+                importer::RemoveExtentParameters(app, library);
+            }
+        }
+        status.Complete();
+        begun = false;
+        status.End();
+        platform::AnalyticsSuccess(kLibraryKey, design->SymbolCount());
+        design.reset();
+        NotifyEnd(app, Project);
+    } catch (...) {
+        std::exception_ptr failure = std::current_exception();
+        try {
+            if (begun) status.End();
+        } catch (...) {
+        }
+        design.reset();
+        NotifyEnd(app, Project);
+        try {
+            std::rethrow_exception(failure);
+        } catch (const host::EApiErr& e) {
+            // The host's own errors go to the user in its error box, with the default caption.
+            if (host::IClient* client = app.Client()) client->ShowErrorBox(e.what(), "Error");
+        } catch (...) {
+            try {
+                platform::LogMessage(Log, host::kLogError, MessageOf(failure));
+            } catch (...) {
+            }
+            platform::AnalyticsFailure(kLibraryKey);
+        }
+    }
+}
+
+}  // namespace
+
+bool AnalyzeDSN(const WideChar* FileName, host::IHandler_Status* Status, host::IStringList* Analysis,
+                host::IStringList* AnalysisDetail) {
+    if (!IsValidDSN(FileName)) return false;
+    Analyze(Narrow(FileName), false, Status, Analysis, AnalysisDetail);
+    return true;
+}
+
+bool AnalyzeOLB(const WideChar* FileName, host::IHandler_Status* Status, host::IStringList* Analysis,
+                host::IStringList* AnalysisDetail) {
+    if (!IsValidOLB(FileName)) return false;
+    Analyze(Narrow(FileName), true, Status, Analysis, AnalysisDetail);
+    return true;
 }
 
 void ImportDSN(const WideChar* FileName, host::IOrcadImporterOption*, host::IHandler_Status*, host::ILogSection* Log,
@@ -41,13 +195,19 @@ void ImportDSN(const WideChar* FileName, host::IOrcadImporterOption*, host::IHan
     }
 }
 
-void ImportOLB(const WideChar* FileName, host::IOrcadImporterOption*, host::IHandler_Status*, host::ILogSection* Log,
-               const WideChar*, host::IProject*, uint8_t*) {
+void ImportOLB(const WideChar* FileName, host::IOrcadImporterOption* Options, host::IHandler_Status* Status,
+               host::ILogSection* Log, const WideChar* OutputFolder, host::IProject* Project,
+               uint8_t* TemplatesImported) {
     if (!IsValidOLB(FileName)) return;
-    try {
-        platform::LogMessage(Log, host::kLogError, std::string("Library import: ") + kNotAvailable);
-    } catch (...) {
+    host::IHostApplication* app = entry::HostApplication();
+    if (!app) {
+        try {
+            platform::LogMessage(Log, host::kLogError, "Library import: no host application is registered");
+        } catch (...) {
+        }
+        return;
     }
+    ImportLibraryFile(*app, Narrow(FileName), Options, Status, Log, Narrow(OutputFolder), Project, TemplatesImported);
 }
 
 bool OrCad71Validator(const WideChar* Parameters) {

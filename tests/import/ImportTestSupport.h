@@ -11,6 +11,9 @@
 
 #include "TestSupport.h"
 #include "dbo/DboDesign.h"
+#include "dbo/DboLibObjects.h"
+#include "dbo/DboObjects.h"
+#include "dbo/DboSymbolObjects.h"
 #include "host/ClientServices.h"
 #include "host/HostApplication.h"
 #include "host/HostSupport.h"
@@ -54,5 +57,128 @@ std::vector<T*> ChildrenOf(host::ISch_BasicContainer* container, int32_t kind) {
         if (auto* t = dynamic_cast<T*>(o)) out.push_back(t);
     return out;
 }
+
+// Library elements of a Capture file, built in code.
+struct LibraryBuilder {
+    explicit LibraryBuilder(dbo::TDboDesign& design) : d(design) {}
+
+    dbo::TDboLibComponent* Component(const std::string& name, const std::string& reference = "U",
+                                     const std::string& footprint = "") {
+        auto c = dbo::Make<dbo::TDboLibComponent>(&d);
+        c->PartInfo->CompName = name;
+        c->PartInfo->CompRefName = reference;
+        c->PartInfo->CompFootprint = footprint;
+        auto* raw = c.get();
+        d.AddComponent(std::move(c));
+        if (d.PkgDir) {
+            auto entry = dbo::Make<dbo::TDboLibPkgDirEntry>(&d);
+            entry->EntryName = name;
+            d.PkgDir->Add(std::move(entry));
+        }
+        return raw;
+    }
+
+    dbo::TDboLibPackage* Package(dbo::TDboLibComponent* c, const std::string& name) {
+        auto p = dbo::Make<dbo::TDboLibPackage>(&d);
+        p->Name = name;
+        auto* raw = p.get();
+        c->Packages.Add(std::move(p));
+        return raw;
+    }
+
+    // A view of `right` by `bottom` units; pin names and numbers shown unless the bits say else.
+    dbo::TDboLibView* View(dbo::TDboLibPackage* p, const std::string& name, int right = 40, int bottom = 30,
+                           uint16_t pinBits = 1) {
+        auto v = dbo::Make<dbo::TDboLibView>(&d);
+        v->ViewName = name;
+        v->Right = static_cast<int16_t>(right);
+        v->Bottom = static_cast<int16_t>(bottom);
+        v->IType_PinBit = pinBits;
+        auto* raw = v.get();
+        p->AddView(std::move(v));
+        return raw;
+    }
+
+    dbo::TDboPin* Pin(dbo::TDboLibBaseView* v, const std::string& name, int ox, int oy, int ex, int ey, int type = 4,
+                      int attributes = 32) {
+        auto pin = dbo::Make<dbo::TDboPinScalar>(&d);
+        pin->PinName = name;
+        pin->OffsetX = ox;
+        pin->OffsetY = oy;
+        pin->EndX = ex;
+        pin->EndY = ey;
+        pin->PinType = type;
+        pin->Attributes = attributes;
+        auto* raw = pin.get();
+        v->Pins->Add(std::move(pin));
+        return raw;
+    }
+
+    dbo::TDboLibPart* Part(dbo::TDboLibComponent* c, const std::string& package, const std::vector<std::string>& numbers) {
+        auto part = dbo::Make<dbo::TDboLibPart>(&d);
+        part->PkgName = package;
+        for (const auto& n : numbers) {
+            auto pin = dbo::Make<dbo::TDboLibPartPin>(&d);
+            pin->PinNumber = n;
+            part->PartPins.Add(std::move(pin));
+        }
+        auto* raw = part.get();
+        c->PartInfo->AddPart(std::move(part));
+        return raw;
+    }
+
+    dbo::TDboLibSymbol* Symbol(int id, const std::string& name, int right = 100, int bottom = 50) {
+        auto s = dbo::CreateSymbol(&d, id);
+        s->ViewName = name;
+        s->Right = static_cast<int16_t>(right);
+        s->Bottom = static_cast<int16_t>(bottom);
+        auto* raw = s.get();
+        d.AddSymbol(std::move(s));
+        return raw;
+    }
+
+    dbo::TDboDesign& d;
+};
+
+// A status handler that keeps every step of progress.
+struct ProgressRecorder final : host::IHandler_Status {
+    host::HResult SetStatusTitle(const std::string& text) override {
+        titles.push_back(text);
+        return host::kOk;
+    }
+    host::HResult SetStatusLine(const std::string& text) override {
+        if (lines.empty() || lines.back() != text) lines.push_back(text);
+        return host::kOk;
+    }
+    host::HResult BeginStatus() override {
+        ++depth;
+        return host::kOk;
+    }
+    host::HResult EndStatus() override {
+        --depth;
+        return host::kOk;
+    }
+    host::HResult SetProgressRange(int32_t total) override {
+        range = total;
+        return host::kOk;
+    }
+    host::HResult AdvanceProgress(int32_t units) override {
+        steps.push_back(units);
+        return host::kOk;
+    }
+    host::HResult CompleteProgress() override {
+        completed = true;
+        return host::kOk;
+    }
+    int32_t Sum() const {
+        int32_t s = 0;
+        for (int32_t u : steps) s += u;
+        return s;
+    }
+    std::vector<std::string> titles, lines;
+    std::vector<int32_t> steps;
+    int32_t depth = 0, range = 0;
+    bool completed = false;
+};
 
 }  // namespace orcadx::test
