@@ -48,6 +48,29 @@ Context& GetContext();
 // False, with "error: FILE does not exist" on stderr, when there is no such file.
 bool InputExists(const std::string& file);
 
+// A Capture file as the translator's file test wants it: a design ends in .DSN, a library in .OLB.
+// A library under another extension (.OBK, Capture's backup of a library in its old version) is
+// handed over as a link named .OLB in a temporary folder, which goes when the object does.
+class CaptureInput {
+public:
+    // Tells on stderr what it does with a library under another name. Raises std::runtime_error
+    // when the link can't be made.
+    explicit CaptureInput(const std::string& file);
+    ~CaptureInput();
+    CaptureInput(const CaptureInput&) = delete;
+    CaptureInput& operator=(const CaptureInput&) = delete;
+
+    // False for a name that is neither a design's nor a library's.
+    bool Known() const { return library_ || design_; }
+    bool IsLibrary() const { return library_; }
+    // The absolute path to give the translator.
+    const std::string& Path() const { return path_; }
+
+private:
+    bool library_ = false, design_ = false;
+    std::string path_, temporary_;
+};
+
 // The text without trailing blanks (identifiers are padded with blanks to 31 characters).
 inline std::string TrimRight(std::string text) {
     while (!text.empty() && text.back() == ' ') text.pop_back();

@@ -1,7 +1,9 @@
 // orcadx import FILE.DSN|FILE.OLB -o OUTDIR: a Capture design becomes a project of sheets and a
-// library in OUTDIR; a Capture library becomes a schematic library.
+// library in OUTDIR; a Capture library becomes a schematic library, OUTDIR/<name>_Library.SchLib,
+// listed in the project.
 #include <filesystem>
 #include <iostream>
+#include <memory>
 
 #include "cli/Context.h"
 #include "entry/FileTest.h"
@@ -22,16 +24,23 @@ struct ImportOptions {
 int Run(ImportOptions& opt) {
     namespace fs = std::filesystem;
     auto& ctx = GetContext();
-    bool library = entry::HasExtension(opt.file, ".OLB");
-    if (!library && !entry::HasExtension(opt.file, ".DSN")) {
-        std::cerr << "error: " << opt.file << ": the name must end in .DSN or .OLB\n";
+    if (!InputExists(opt.file)) return kExitFailed;
+    std::unique_ptr<CaptureInput> input;
+    try {
+        input = std::make_unique<CaptureInput>(opt.file);
+    } catch (const std::exception& e) {
+        std::cerr << "error: " << e.what() << "\n";
+        return kExitFailed;
+    }
+    if (!input->Known()) {
+        std::cerr << "error: " << opt.file << ": the name must end in .DSN or .OLB (or .OBK, a library backup)\n";
         return kExitUsage;
     }
+    const bool library = input->IsLibrary();
     if (!opt.page.empty() && library) {
         std::cerr << "error: --page needs a design (.DSN)\n";
         return kExitUsage;
     }
-    if (!InputExists(opt.file)) return kExitFailed;
     auto& translator = ctx.GetTranslator();
     if (!opt.page.empty() && !translator.ImportDSNPage) {
         std::cerr << "error: the translator " << translator.Path() << " can't import single pages\n";
@@ -49,7 +58,7 @@ int Run(ImportOptions& opt) {
     translator.RegisterHost(&app);
     host::IProject* project = app.CreateProject((outDir / (fs::path(opt.file).stem().string() + ".VsProj")).string());
     ctx.StartRun();
-    std::u16string file = platform::Utf8ToUtf16(fs::absolute(opt.file).string());
+    std::u16string file = platform::Utf8ToUtf16(input->Path());
     std::u16string folder = platform::Utf8ToUtf16(outDir.string());
     uint8_t templatesImported = 0;
     bool valid = library ? translator.IsValidOLB(file.c_str()) : translator.IsValidDSN(file.c_str());
@@ -77,7 +86,7 @@ int Run(ImportOptions& opt) {
 
 void AddImportCommand(CLI::App& app) {
     static ImportOptions opt;
-    auto* cmd = app.add_subcommand("import", "Import a Capture design (.DSN) or library (.OLB)");
+    auto* cmd = app.add_subcommand("import", "Import a Capture design (.DSN) or library (.OLB, .OBK)");
     cmd->add_option("file", opt.file, "Capture file")->required();
     cmd->add_option("-o,--output", opt.outDir, "Folder of the project to make")->required();
     cmd->add_option("--page", opt.page, "Import only this page of a design: VIEW/PAGE, or a page name that one view has");

@@ -2,11 +2,10 @@
 // what it prints.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <fstream>
 #include <sstream>
-#include <sys/wait.h>
 
+#include "CliRun.h"
 #include "TestSupport.h"
 #include "dbo/DboDesign.h"
 #include "dbo/DboLib.h"
@@ -14,48 +13,8 @@
 #include "dbo/DboObjects.h"
 
 using namespace orcadx;
+using namespace orcadx::test;
 namespace fs = std::filesystem;
-
-namespace {
-
-struct Result {
-    int code = -1;
-    std::string out;
-    std::string err;
-};
-
-std::string Slurp(const fs::path& p) {
-    std::ifstream in(p);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
-
-// Runs orcadx with the arguments (and environment settings in front of the program); stdout and
-// stderr are captured.
-Result RunOrcadx(const std::string& args, const std::string& env = "") {
-    // One folder per test: CTest runs tests of this program side by side, and each would clear a
-    // shared folder under the others.
-    static const fs::path dir =
-        test::ScratchDir(std::string("cli-stderr-") + testing::UnitTest::GetInstance()->current_test_info()->name());
-    static int runs = 0;
-    fs::path errFile = dir / ("stderr-" + std::to_string(++runs) + ".txt");
-    std::string cmd = env + " " + std::string(ORCADX_BINARY_DIR) + "/bin/orcadx " + args + " 2>" + errFile.string();
-    Result r;
-    FILE* p = popen(cmd.c_str(), "r");
-    if (!p) return r;
-    char buf[4096];
-    size_t n;
-    while ((n = fread(buf, 1, sizeof buf, p)) > 0) r.out.append(buf, n);
-    int status = pclose(p);
-    r.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    r.err = Slurp(errFile);
-    return r;
-}
-
-std::string Quote(const fs::path& p) { return "'" + p.string() + "'"; }
-
-}  // namespace
 
 TEST(CommandLine, ValidateGivesTheVerdictForEverySampleFile) {
     ORCADX_REQUIRE_CORPUS();
