@@ -48,27 +48,38 @@ void BM_Load(benchmark::State& state, const fs::path& file) {
     }
 }
 
-// The components and symbols into a fresh library document, nothing saved.
-void BM_Translate(benchmark::State& state, const fs::path& file) {
-    const fs::path dir = Scratch();
-    dbo::TDboDesign design(file.string(), nullptr, 100, nullptr);
-    design.Load(false);
+// Each iteration in a new host; `timed(app)` runs with the clock going, the rest (the host's making
+// and freeing) without.
+template <class Timed>
+void WithFreshHost(benchmark::State& state, const fs::path& dir, Timed timed) {
     for (auto _ : state) {
         state.PauseTiming();
         {
             host::HostApplication app(Quiet(dir));
             app.StartSchServer();
-            const std::string path = (dir / "translate.SchLib").string();
-            host::IServerDocument* document = host::OpenOrCreateDocument(app, path, "SCHLIB", "Binary", true);
-            host::ISch_Document* library = app.SchDocumentOf(document);
-            host::ImporterOptions options;
             state.ResumeTiming();
-            importer::TSCHLibraryImporter importer(app, &design, &options, nullptr, library, nullptr, 100);
-            importer.RunImport();
+            timed(app);
             state.PauseTiming();
         }
         state.ResumeTiming();
     }
+}
+
+// The components and symbols into a fresh library document, nothing saved.
+void BM_Translate(benchmark::State& state, const fs::path& file) {
+    const fs::path dir = Scratch();
+    dbo::TDboDesign design(file.string(), nullptr, 100, nullptr);
+    design.Load(false);
+    host::ImporterOptions options;
+    WithFreshHost(state, dir, [&](host::HostApplication& app) {
+        state.PauseTiming();
+        const std::string path = (dir / "translate.SchLib").string();
+        host::ISch_Document* library =
+            app.SchDocumentOf(host::OpenOrCreateDocument(app, path, "SCHLIB", "Binary", true));
+        state.ResumeTiming();
+        importer::TSCHLibraryImporter importer(app, &design, &options, nullptr, library, nullptr, 100);
+        importer.RunImport();
+    });
 }
 
 // ImportLibrary: the translation and the library document's save.
@@ -76,40 +87,25 @@ void BM_ImportLibrary(benchmark::State& state, const fs::path& file) {
     const fs::path dir = Scratch();
     dbo::TDboDesign design(file.string(), nullptr, 100, nullptr);
     design.Load(false);
-    for (auto _ : state) {
-        state.PauseTiming();
-        {
-            host::HostApplication app(Quiet(dir));
-            app.StartSchServer();
-            host::ImporterOptions options;
-            bool templates = false;
-            state.ResumeTiming();
-            benchmark::DoNotOptimize(importer::ImportLibrary(app, design, &options, nullptr, 100, nullptr,
-                                                             dir.string(), nullptr, true, templates));
-            state.PauseTiming();
-        }
-        state.ResumeTiming();
-    }
+    host::ImporterOptions options;
+    WithFreshHost(state, dir, [&](host::HostApplication& app) {
+        bool templates = false;
+        benchmark::DoNotOptimize(
+            importer::ImportLibrary(app, design, &options, nullptr, 100, nullptr, dir.string(), nullptr, true, templates));
+    });
 }
 
 // The whole export as a host calls it.
 void BM_ImportOLB(benchmark::State& state, const fs::path& file) {
     const fs::path dir = Scratch();
     std::u16string name = platform::Utf8ToUtf16(file.string()), folder = platform::Utf8ToUtf16(dir.string());
-    for (auto _ : state) {
-        state.PauseTiming();
-        {
-            host::HostApplication app(Quiet(dir));
-            RegisterHost(&app);
-            host::ImporterOptions options;
-            uint8_t templates = 0;
-            state.ResumeTiming();
-            ImportOLB(name.c_str(), &options, nullptr, nullptr, folder.c_str(), nullptr, &templates);
-            state.PauseTiming();
-            RegisterHost(nullptr);
-        }
-        state.ResumeTiming();
-    }
+    host::ImporterOptions options;
+    WithFreshHost(state, dir, [&](host::HostApplication& app) {
+        RegisterHost(&app);
+        uint8_t templates = 0;
+        ImportOLB(name.c_str(), &options, nullptr, nullptr, folder.c_str(), nullptr, &templates);
+        RegisterHost(nullptr);
+    });
 }
 
 class RatioReporter : public benchmark::ConsoleReporter {
