@@ -151,6 +151,21 @@ TEST_F(LibraryImportTest, PartsCountUpAndPackagesAreFoundByName) {
     lib.Part(multi, "SMALL", {"9"});
     lib.Part(multi, "small", {"8"});    // no package of that exact name: package 1, SMALL
     lib.Part(multi, "NOWHERE", {"7"});  // nor of its index: logged
+    // Before the host tidies the numbering, three parts have raised the part count by 3 and the
+    // current part by 2.
+    {
+        auto* document = bench.app.SchDocumentOf(
+            OpenOrCreateDocument(bench.app, (bench.folder / "parts.SchLib").string(), "SCHLIB", "Binary", true));
+        auto* parts = dynamic_cast<ISch_Lib*>(document);
+        auto* c = dynamic_cast<ISch_Component*>(bench.Server().CreateSchObject(eSchComponent, 0));
+        parts->AddSchComponent(c);
+        parts->SetState_CurrentSchComponent(c);
+        importer::TSCHLibraryComponentImporter importer(bench.app, &bench.design, &bench.options, &bench.log, parts, c,
+                                                        three, nullptr);
+        importer.ImportParts();
+        EXPECT_EQ(c->GetState_PartCount(), 3);
+        EXPECT_EQ(c->GetState_CurrentPartId(), 3);
+    }
     ISch_Lib* library = Import(false);
     ASSERT_NE(library, nullptr);
 
