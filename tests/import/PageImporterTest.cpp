@@ -351,9 +351,23 @@ TEST_F(PageTest, PowerObjectsFromTheirSymbols) {
     AddPortInst<dbo::TDboPower>(*page->Powers, "AGND", "GND_FOO", 300, 200, 1);
     AddPortInst<dbo::TDboPower>(*page->Powers, "VDD", "VCC_BAR", 500, 200, 3, 1)->SetColor(8);
     AddPortInst<dbo::TDboPower>(*page->Powers, "LOST", "NOSUCH", 700, 200);
+    // Pins at the left middle: each turn, each mirror.
+    AddSymbol(dbo::kIdPowerSymbol, "VCC_WAVE", 20, 10, 0, 5);
+    const int32_t turns[][2] = {{0, 0}, {0, 1}, {1, 0}, {1, 1}, {2, 0}, {2, 1}, {3, 0}, {3, 1}};
+    for (auto [rotation, mirror] : turns)
+        AddPortInst<dbo::TDboPower>(*page->Powers, "W", "VCC_WAVE", 900, 200, rotation, mirror);
     Importer().RunImport();
     auto powers = On<ISch_PowerObject>(ePowerObject);
-    ASSERT_EQ(powers.size(), 4u);
+    ASSERT_EQ(powers.size(), 12u);
+    // Where the pin comes to lie, by rotation and mirror, and the direction it points to.
+    const Coord places[] = {{X(900), Y(205)}, {X(920), Y(205)}, {X(905), Y(220)}, {X(905), Y(200)},
+                            {X(920), Y(205)}, {X(900), Y(205)}, {X(905), Y(200)}, {X(905), Y(220)}};
+    for (int i = 0; i < 8; ++i) {
+        SCOPED_TRACE(i);
+        EXPECT_EQ(powers[4 + i]->GetState_Style(), 3);
+        EXPECT_EQ(powers[4 + i]->GetState_Location(), places[i]);
+        EXPECT_EQ(powers[4 + i]->GetState_Orientation(), turns[i][0]);
+    }
     EXPECT_EQ(powers[0]->GetState_Text(), "GND");
     EXPECT_EQ(powers[0]->GetState_Style(), 6);
     EXPECT_TRUE(powers[0]->GetState_ShowNetName());
