@@ -7,6 +7,7 @@
 #include "dbo/DboViewObjects.h"
 #include "export/Manage_PageNames.h"
 #include "host/ClientServices.h"
+#include "import/SCHLibraryImport.h"
 #include "import/SCHSheetImport.h"
 #include "platform/Status.h"
 
@@ -132,6 +133,7 @@ host::ISch_Document* ImportPage(host::IHostApplication& host, dbo::TDboDesign& d
 std::string ImportDesignPage(host::IHostApplication& host, const std::string& fileName, const std::string& viewAndPage,
                              host::IOrcadImporterOption* options, host::IHandler_Status* status, host::ILogSection* log,
                              const std::string& folder, host::IProject* project) {
+    if (host.Client()) host.Client()->StartServer("SCH");
     dbo::TDboDesign design(fileName, status, 100, log);
     if (!design.Load(false)) throw std::runtime_error("Cannot load the design " + fileName);
     // Names in file order, as the design import gives them, so that every page keeps its name.
@@ -151,8 +153,13 @@ std::string ImportDesignPage(host::IHostApplication& host, const std::string& fi
         throw std::runtime_error("The page name " + viewAndPage + " stands in several views of " + fileName +
                                  ": give VIEW/PAGE");
     if (!found) throw std::runtime_error("The design " + fileName + " has no page " + viewAndPage);
+    // The library first: title blocks and the symbols of the native rules are its components.
+    bool templates = false;
+    const std::string library =
+        ImportLibrary(host, design, options, status, 100, log, folder, project, false, templates);
     host::ISch_Document* document =
-        ImportPage(host, design, std::string(), options, log, folder, project, pageNames, foundView->ViewName, *found);
+        ImportPage(host, design, library, options, log, folder, project, pageNames, foundView->ViewName, *found);
+    if (!library.empty()) RemoveExtentParameters(host, library);
     if (!document) throw std::runtime_error("The host made no document for the page " + viewAndPage);
     std::string path = document->GetState_DocumentName();
     host::CloseServerDocument(host, document);

@@ -415,9 +415,10 @@ host::ISch_GraphicalObject* TSCHPageImporter::ImportTitleBlock(dbo::TDboTitleBlo
     int32_t x = ToCoordX(record.LocationX), y = ToCoordY(record.LocationY);
     component->MoveToXY(x, y);
     host::CoordRect bounds = component->GetState_BoundingRectangle();
-    // Kept on the sheet: not below its bottom, not beyond its right edge.
-    if (bounds.Y1 < 0) y = -bounds.Y1;
-    if (bounds.X2 > Document->GetState_CustomX()) x = Document->GetState_CustomX() - bounds.X2;
+    // Kept on the sheet: a block reaching below its bottom or beyond its right edge moves back by
+    // as much as it reaches out.
+    if (bounds.Y1 < 0) y -= bounds.Y1;
+    if (bounds.X2 > Document->GetState_CustomX()) x -= bounds.X2 - Document->GetState_CustomX();
     component->MoveToXY(x, y);
     const int rotation = record.GetRotation();
     component->SetState_Orientation(rotation);

@@ -11,16 +11,23 @@
 #include "ImportTestSupport.h"
 #include "dbo/DboViewObjects.h"
 #include "export/Manage_PageNames.h"
+#include "import/SCHLibraryImport.h"
 #include "import/SCHPageDocument.h"
 
 namespace orcadx::test {
 
 struct PageBench {
-    PageBench(const std::string& name, const std::filesystem::path& file)
+    // `withLibrary`: the library import runs first, so that title blocks find their components.
+    PageBench(const std::string& name, const std::filesystem::path& file, bool withLibrary = false)
         : folder(ScratchDir(name)), app(ImportHostOptions(folder)), design(file.string(), nullptr, 0, nullptr) {
         app.StartSchServer();
         if (!design.Load(false)) throw std::runtime_error("cannot load " + file.string());
         for (auto& [view, page] : Pages()) names.GetUniquePageName(view, page->PageName);
+        if (withLibrary) {
+            bool templates = false;
+            libraryName = importer::ImportLibrary(app, design, &options, nullptr, 100, &libraryLog, folder.string(),
+                                                  nullptr, false, templates);
+        }
     }
 
     // Every page with its view's name, in file order.
@@ -47,6 +54,7 @@ struct PageBench {
     host::ImporterOptions options;
     exporter::TPageNameManager names;
     std::string libraryName;
+    host::LogSection libraryLog;
 };
 
 }  // namespace orcadx::test

@@ -26,6 +26,11 @@ using importer::TSCHPageImporter;
 constexpr int32_t X(int32_t v) { return v * 100000 + 1000000; }
 constexpr int32_t Y(int32_t v) { return 71000000 - v * 100000; }
 
+// The rectangle lies on the sheet.
+bool RectsInside(const CoordRect& r, ISch_Document* sheet) {
+    return r.X1 >= 0 && r.Y1 >= 0 && r.X2 <= sheet->GetState_SheetSizeX() && r.Y2 <= sheet->GetState_SheetSizeY();
+}
+
 class PageTest : public ::testing::Test {
 protected:
     PageTest()
@@ -606,6 +611,40 @@ TEST_F(PageTest, ImportLockedJunctionsComesFromTheSettings) {
         << "[Other]\r\nImportLockedJunctions=1\r\n[orcad translator]\r\n importlockedjunctions = 1 \r\n";
     TSCHPageImporter again(app, &design, "", &options, &log, page.get(), sheet, &names);
     EXPECT_TRUE(again.ImportLockedJunctions);
+}
+
+}  // namespace orcadx::test
+
+namespace orcadx::test {
+
+// One page of the sample design in examples/, with the library import before it: its title block
+// stands on the sheet as a graphical component, and the library keeps no extent parameters.
+TEST(SinglePage, ImportsWithItsTitleBlock) {
+    auto folder = ScratchDir("single_page");
+    HostApplication app(ImportHostOptions(folder));
+    LogSection log;
+    ImporterOptions options;
+    const auto file = std::filesystem::path(ORCADX_SOURCE_DIR) / "examples" / "Series-Regulator" / "P1_Olteanu_Rares.dsn";
+    std::string path = importer::ImportDesignPage(app, file.string(), "FINAL", &options, nullptr, &log, folder.string(), nullptr);
+    EXPECT_EQ(path, (folder / "FINAL.SchDoc").string());
+    EXPECT_TRUE(log.AllMessages(kLogError).empty());
+    ISch_Document* sheet = app.SchDocumentOf(app.OpenDocumentFile(path));
+    ASSERT_NE(sheet, nullptr);
+    int titleBlocks = 0;
+    for (auto* c : ChildrenOf<ISch_Component>(sheet, eSchComponent)) {
+        if (c->GetState_ComponentKind() != eComponentKind_Graphical) continue;
+        ++titleBlocks;
+        EXPECT_TRUE(RectsInside(c->GetState_BoundingRectangle(), sheet));
+    }
+    EXPECT_EQ(titleBlocks, 1);
+    ISch_Document* library = app.SchDocumentOf(app.OpenDocumentFile((folder / "P1_Olteanu_Rares_Library.SchLib").string()));
+    ASSERT_NE(library, nullptr);
+    auto it = library->SchIterator_Create({eParameter}, eIterateAllLevels);
+    for (auto* o = it->FirstSchObject(); o; o = it->NextSchObject())
+        EXPECT_EQ(dynamic_cast<ISch_Parameter*>(o)->GetState_Name().rfind("Vantor-", 0), std::string::npos);
+
+    EXPECT_THROW(importer::ImportDesignPage(app, file.string(), "NOPAGE", &options, nullptr, &log, folder.string(), nullptr),
+                 std::runtime_error);
 }
 
 }  // namespace orcadx::test
