@@ -407,6 +407,30 @@ TEST(Cache, EmptyCacheAndSortOnLoad) {
 
 }
 
+// An element of the cache written out field by field, each field with a value of its own.
+TEST(Cache, ElementFieldsInTheirPlaces) {
+    auto d = test::DesignOfVersion(test::kV1_2);
+    ByteBuilder b;
+    b.U16(9).U16(0).U16(0).U16(0);  // root, no symbols, views or packages
+    b.U16(1).Str("LM358").U16(1);   // one part information item with one element
+    b.Str("C:\\LIB\\OPAMP.OLB").I32(0x5F000001).I32(0x5F000002).U8(31).U8(0x77);
+    b.U8(31).U16(0).Str("LM358").Str("C:\\LIB\\OPAMP.OLB").Str("U").Str("").Str("SO8").U16(0);
+    TDboCache cache(d.get());
+    cache.Initialize();
+    auto s = test::MemStream(b.b);
+    cache.Load(*s);
+    EXPECT_EQ(s->Remaining(), 0u);
+    ASSERT_EQ(cache.CachePartInfos.Count(), 1);
+    EXPECT_EQ(cache.CachePartInfos.GetCacheItems(0)->Name, "LM358");
+    auto* element = static_cast<TDboCachePartInfo*>(cache.CachePartInfos.GetCacheItems(0)->GetElements(0));
+    ASSERT_NE(element, nullptr);
+    EXPECT_EQ(std::tuple(element->LibPath, element->DateCreated, element->DateModified, element->ID, element->UnknownB),
+              std::tuple("C:\\LIB\\OPAMP.OLB", 0x5F000001, 0x5F000002, 31, 0x77));
+    EXPECT_EQ(element->PartInfo->CompFootprint, "SO8");
+    b.b[0] = 0;  // the root is written as 0
+    EXPECT_EQ(test::SaveBytes(cache), b.b);
+}
+
 // A damaged cache raises a storage error or loads: it never crashes, hangs or runs out of memory.
 TEST(CacheCorpus, DamagedCacheFailsCleanly) {
     ORCADX_REQUIRE_CORPUS();

@@ -55,42 +55,78 @@ struct KindCase {
     Check check;
 };
 
+// Every vertex of a list, x then y.
+std::vector<int64_t> XY(const TDboVertices& list) {
+    std::vector<int64_t> out;
+    for (int i = 0; i < list.Count(); ++i) {
+        out.push_back(list.GetVertices(i)->X);
+        out.push_back(list.GetVertices(i)->Y);
+    }
+    return out;
+}
+
+// Each field holds a value of its own, so that two fields read or written in each other's place show.
 std::vector<KindCase> Kinds() {
     return {
-        {40, 55, "TDboLibBox", "TDboBox", Ints({10, -20, 300, 400, 1, 2, 0, 3}).b,
-         [](auto& o) { EXPECT_EQ(V(As<TDboLibBox>(o).UpperLeftY, As<TDboLibBox>(o).BoxHatchStyle), V(-20, 3)); }},
-        {41, 56, "TDboLibLine", "TDboLine", Ints({1, 2, 3, 4, 5, 6}).b,
-         [](auto& o) { EXPECT_EQ(V(As<TDboLibLine>(o).EndY, As<TDboLibLine>(o).LineWidth), V(4, 6)); }},
-        {42, 57, "TDboLibArc", "TDboArc", Ints({0, 0, 20, 20, 10, 0, 0, 10, 1, 2}).b,
-         [](auto& o) { EXPECT_EQ(V(As<TDboLibArc>(o).StartX, As<TDboLibArc>(o).EndY), V(10, 10)); }},
-        {43, 58, "TDboLibEllipse", "TDboEllipse", Ints({5, 6, 7, 8, 0, 1, 1, 4}).b,
-         [](auto& o) { EXPECT_EQ(V(As<TDboLibEllipse>(o).BoundBoxTop, As<TDboLibEllipse>(o).EllipseHatchStyle), V(6, 4)); }},
-        {44, 59, "TDboLibFilledGraphic", "TDboFilledGraphic", Points(Ints({2, 3, 0, 5}), {{20, 10}, {7, -5}, {0, 0}}).b,
+        {40, 55, "TDboLibBox", "TDboBox", Ints({11, -12, 13, 14, 1, 2, 3, 4}).b,
+         [](auto& o) {
+             auto& b = As<TDboLibBox>(o);
+             EXPECT_EQ(V(b.UpperLeftX, b.UpperLeftY, b.LowerRightX, b.LowerRightY, b.LineStyle, b.LineWidth,
+                         b.FillStyle, b.BoxHatchStyle),
+                       V(11, -12, 13, 14, 1, 2, 3, 4));
+         }},
+        {41, 56, "TDboLibLine", "TDboLine", Ints({21, 22, -23, 24, 5, 6}).b,
+         [](auto& o) {
+             auto& l = As<TDboLibLine>(o);
+             EXPECT_EQ(V(l.StartX, l.StartY, l.EndX, l.EndY, l.LineStyle, l.LineWidth), V(21, 22, -23, 24, 5, 6));
+         }},
+        {42, 57, "TDboLibArc", "TDboArc", Ints({31, 32, 33, 34, 35, 36, 37, 38, 1, 2}).b,
+         [](auto& o) {
+             auto& a = As<TDboLibArc>(o);
+             EXPECT_EQ(V(a.BoundBoxLeft, a.BoundBoxTop, a.BoundBoxRight, a.BoundBoxBott, a.StartX, a.StartY, a.EndX,
+                         a.EndY, a.LineStyle, a.LineWidth),
+                       V(31, 32, 33, 34, 35, 36, 37, 38, 1, 2));
+         }},
+        {43, 58, "TDboLibEllipse", "TDboEllipse", Ints({41, 42, 43, 44, 1, 2, 3, 4}).b,
+         [](auto& o) {
+             auto& e = As<TDboLibEllipse>(o);
+             EXPECT_EQ(V(e.BoundBoxLeft, e.BoundBoxTop, e.BoundBoxRight, e.BoundBoxBott, e.LineStyle, e.LineWidth,
+                         e.FillStyle, e.EllipseHatchStyle),
+                       V(41, 42, 43, 44, 1, 2, 3, 4));
+         }},
+        {44, 59, "TDboLibFilledGraphic", "TDboFilledGraphic", Points(Ints({2, 3, 1, 5}), {{20, 10}, {7, -5}, {-3, 4}}).b,
          [](auto& o) {
              auto& f = As<TDboLibFilledGraphic>(o);
-             ASSERT_EQ(f.Vertices.Count(), 3);
-             EXPECT_EQ(f.HatchStyle, 5);
-             EXPECT_EQ(f.Vertices.GetVertices(1)->X, 7);
-             EXPECT_EQ(f.Vertices.GetVertices(1)->Y, -5);
+             EXPECT_EQ(V(f.LineStyle, f.LineWidth, f.FillStyle, f.HatchStyle), V(2, 3, 1, 5));
+             EXPECT_EQ(XY(f.Vertices), V(20, 10, 7, -5, -3, 4));
          }},
         {45, 60, "TDboLibPolyLine", "TDboPolyLine", Points(Ints({4, 1}), {{1, 2}, {3, 4}}).b,
          [](auto& o) {
              auto& p = As<TDboLibPolyLine>(o);
-             ASSERT_EQ(p.Vertices.Count(), 2);
-             EXPECT_EQ(V(p.Vertices.GetVertices(1)->X, p.Vertices.GetVertices(1)->Y), V(3, 4));
+             EXPECT_EQ(V(p.LineStyle, p.LineWidth), V(4, 1));
+             EXPECT_EQ(XY(p.Vertices), V(1, 2, 3, 4));
          }},
-        {46, 61, "TDboLibCommentText", "TDboCommentText", Ints({0, 1, 2, 3, 4, 5, 7}).Str("Hello").b,
+        {46, 61, "TDboLibCommentText", "TDboCommentText", Ints({51, 52, 53, 54, 55, 56, 7}).Str("Hello").b,
          [](auto& o) {
-             EXPECT_EQ(As<TDboLibCommentText>(o).Txt, "Hello");
-             EXPECT_EQ(As<TDboLibCommentText>(o).FontID, 7);
+             auto& t = As<TDboLibCommentText>(o);
+             EXPECT_EQ(V(t.BoundBoxLeft, t.BoundBoxTop, t.BoundBoxRight, t.BoundBoxBott, t.TxtLocationX,
+                         t.TxtLocationY, t.FontID),
+                       V(51, 52, 53, 54, 55, 56, 7));
+             EXPECT_EQ(t.Txt, "Hello");
          }},
-        {47, 62, "TDboLibBitmap", "TDboBitmap", Ints({0, 0, 9, 9, 1, 2, 3, 4, 5}).Raw({9, 8, 7, 6, 5}).b,
-         [](auto& o) { EXPECT_EQ(As<TDboLibBitmap>(o).Bmp, (Bytes{9, 8, 7, 6, 5})); }},
-        {87, 88, "TDboLibBezier", "TDboBezier", Points(Ints({0, 2}), {{0, 0}, {5, 10}, {10, 10}, {15, 0}}).b,
+        {47, 62, "TDboLibBitmap", "TDboBitmap", Ints({61, 62, 63, 64, 65, 66, 67, 68, 5}).Raw({9, 8, 7, 6, 5}).b,
+         [](auto& o) {
+             auto& b = As<TDboLibBitmap>(o);
+             EXPECT_EQ(V(b.BoundBoxLeft, b.BoundBoxTop, b.BoundBoxRight, b.BoundBoxBott, b.OffsetX, b.OffsetY,
+                         b.Width, b.Height, b.BmpLen),
+                       V(61, 62, 63, 64, 65, 66, 67, 68, 5));
+             EXPECT_EQ(b.Bmp, (Bytes{9, 8, 7, 6, 5}));
+         }},
+        {87, 88, "TDboLibBezier", "TDboBezier", Points(Ints({3, 2}), {{0, 1}, {5, 10}, {11, 12}, {15, -2}}).b,
          [](auto& o) {
              auto& z = As<TDboLibBezier>(o);
-             ASSERT_EQ(z.Vertices.Count(), 4);
-             EXPECT_EQ(z.Vertices.GetVertices(3)->X, 15);
+             EXPECT_EQ(V(z.LineStyle, z.LineWidth), V(3, 2));
+             EXPECT_EQ(XY(z.Vertices), V(0, 1, 5, 10, 11, 12, 15, -2));
          }},
     };
 }
@@ -100,14 +136,14 @@ ByteBuilder PlainInstanceHead(uint8_t id, int32_t grId) {
     ByteBuilder b;
     b.U8(id).Raw({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13}).I32(grId);
     b.U16(100).U16(200).U16(300).U16(static_cast<uint16_t>(-4)).U16(50).U16(60).U16(0x0130);
-    return b.U8(id).U8(0x2D).I32(0x02020000).I32(0).I32(0).I32(48).U8(1).U8(0);
+    return b.U8(0x2C).U8(0x2D).I32(0x02020000).I32(0x11).I32(0x22).I32(48).U8(1).U8(2);
 }
 
 // The same in a headered file: frame, UnknownB11, fields, Unknown02 and UnknownB12.
 ByteBuilder HeaderedInstanceHead(uint8_t id, int32_t grId) {
     ByteBuilder b;
     b.U8(id).I64(154).U8(id).I64(11).U8(id).U16(0).EmptyExtra().Zeros(11).I32(grId);
-    b.U16(150).U16(140).U16(350).U16(830).U16(310).U16(190).U16(0x30).U8(id).U8(0).U8(0).U8(0).U8(2);
+    b.U16(150).U16(140).U16(350).U16(830).U16(310).U16(190).U16(0x30).U8(0x2C).U8(0x0A).U8(0x0B).U8(0x0C).U8(2);
     b.U8(2).I64(91).U8(2).I64(26).U8(2).I64(11).U8(2).U16(0).EmptyExtra();
     return b.Zeros(6).Raw({0x30, 0, 0, 0, 1, 0});
 }
@@ -196,9 +232,15 @@ TEST(GraphicInstances, EveryKindRoundTripsWithoutHeadersAndLoadsWithThem) {
             auto* inst = dynamic_cast<TDboGraphicInstance*>(list->GetInstances(0));
             ASSERT_NE(inst, nullptr);
             EXPECT_EQ(inst->ClassName(), k.instClass);
-            EXPECT_EQ(inst->GR_ID, 777);
-            EXPECT_EQ(inst->BoundingBoxBottom, -4);
-            EXPECT_EQ(inst->HatchStyle, 48);
+            EXPECT_EQ(V(inst->GR_ID, inst->BoundingBoxLeft, inst->BoundingBoxTop, inst->BoundingBoxRight,
+                        inst->BoundingBoxBottom, inst->LocationX, inst->LocationY, inst->RotColMirr, inst->ObjectType,
+                        inst->UnknownB, inst->Name, inst->Owner, inst->DefiningGraphicObject, inst->HatchStyle,
+                        inst->UsrData1, inst->UsrData2),
+                      V(777, 100, 200, 300, -4, 50, 60, 0x0130, 0x2C, 0x2D, 0x02020000, 0x11, 0x22, 48, 1, 2));
+            EXPECT_EQ(Bytes(inst->UnknownB13, inst->UnknownB13 + 13), (Bytes{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13}));
+            if (v == kV0_2) {
+                EXPECT_EQ(Bytes(inst->UnknownB8, inst->UnknownB8 + 8), (Bytes{1, 2, 3, 4, 5, 6, 7, 8}));
+            }
             ASSERT_NE(inst->GetLibObject(), nullptr);
             EXPECT_EQ(inst->GetLibObject()->ClassName(), k.libClass);
             EXPECT_TRUE(inst->GetLibObject()->Embedded);
@@ -214,7 +256,10 @@ TEST(GraphicInstances, EveryKindRoundTripsWithoutHeadersAndLoadsWithThem) {
         auto list = LoadList(*d, rec.b, 1, s);
         auto* inst = dynamic_cast<TDboGraphicInstance*>(list->GetInstances(0));
         ASSERT_NE(inst, nullptr);
-        EXPECT_EQ(inst->GR_ID, 0x00FBCBA4);
+        EXPECT_EQ(V(inst->GR_ID, inst->BoundingBoxLeft, inst->BoundingBoxTop, inst->BoundingBoxRight,
+                    inst->BoundingBoxBottom, inst->LocationX, inst->LocationY, inst->RotColMirr, inst->ObjectType,
+                    inst->UnknownB, inst->ID_02),
+                  V(0x00FBCBA4, 150, 140, 350, 830, 310, 190, 0x30, 0x2C, 0x0C, 2));
         EXPECT_EQ(inst->Unknown02->HeaderRecords, (std::vector<int64_t>{91, 26, 11}));
         k.check(*inst->GetLibObject());
         EXPECT_EQ(s->Remaining(), 0u);

@@ -124,6 +124,66 @@ TEST(LibPart, FrameInEachVersion) {
     EXPECT_EQ(test::SaveBytes(*empty), ByteBuilder().U8(32).U16(0xFFFF).Str("").Str("").U16(0).b);
 }
 
+// A component written out field by field in a file without size headers, each field with a value of
+// its own: its package with names and a view, and its part information with two parts.
+TEST(LibComponent, EveryFieldInItsPlace) {
+    auto d = test::DesignOfVersion(test::kV1_2);
+    ByteBuilder b;
+    b.U16(1);                                                  // packages
+    b.U8(6).U16(0xFFFF).Str("PKG").Str("C:\\LIB\\PKG.OLB");
+    b.U16(2).Str("PKG.Normal").Str("PKG.Convert");
+    b.U16(1);                                                  // views
+    b.U8(24).U16(1).U16(5).U16(6);                             // one user property, name 5 and value 6
+    b.Str("PKG.Normal").Str("C:\\LIB\\SYM.OLB").U16(0x0031).U16(0x0202);
+    b.U16(0);                                                  // graphics
+    b.U16(static_cast<uint16_t>(-10)).U16(static_cast<uint16_t>(-20)).U16(30).U16(40);
+    b.U16(0).U16(0);                                           // pins, visible properties
+    b.Str("PSpice\\model").Str("IMPL").Str("U?").Str("LM358").U16(0x0015);
+    b.U8(31).U16(0);                                           // part information, no user properties
+    b.Str("LM358").Str("C:\\LIB\\LIB.OLB").Str("U").Str("unknown").Str("SOIC8");
+    b.U16(2);
+    b.U8(32).U16(0xFFFF).Str("LM358A").Str("PKG").U16(2).Str("1").U8(127).Str("2").U8(126);
+    b.U8(32).U16(0xFFFF).Str("LM358B").Str("PKG2").U16(0);
+
+    auto component = Make<TDboLibComponent>(d.get());
+    LoadAll(*component, b.b);
+    ASSERT_EQ(component->Packages.Count(), 1);
+    TDboLibPackage& package = *component->Packages.GetPackages(0);
+    EXPECT_EQ(std::tuple(package.Name, package.LibPath), std::tuple("PKG", "C:\\LIB\\PKG.OLB"));
+    EXPECT_EQ(package.ViewNames, (std::vector<std::string>{"PKG.Normal", "PKG.Convert"}));
+    ASSERT_EQ(package.Views.Count(), 1);
+    TDboLibView& view = *package.Views.GetViews(0);
+    EXPECT_EQ(std::tuple(view.ViewName, view.LibPathStr, view.Path, view.Implement, view.Ref, view.Value),
+              std::tuple("PKG.Normal", "C:\\LIB\\SYM.OLB", "PSpice\\model", "IMPL", "U?", "LM358"));
+    EXPECT_EQ(std::tuple(view.Color, view.UnknownW, view.Left, view.Top, view.Right, view.Bottom, view.IType_PinBit),
+              std::tuple(0x0031, 0x0202, -10, -20, 30, 40, 0x0015));
+    ASSERT_EQ(view.UserProps.Count(), 1);
+    EXPECT_EQ(std::tuple(view.UserProps.GetProperties(0)->NameIdx, view.UserProps.GetProperties(0)->ValueIdx),
+              std::tuple(5, 6));
+    TDboLibPartInfo& info = *component->PartInfo;
+    EXPECT_EQ(std::tuple(info.CompName, info.LibPath, info.CompRefName, info.UnknownStr, info.CompFootprint),
+              std::tuple("LM358", "C:\\LIB\\LIB.OLB", "U", "unknown", "SOIC8"));
+    ASSERT_EQ(info.Parts.Count(), 2);
+    EXPECT_EQ(std::tuple(info.Parts.GetParts(0)->PartNumber, info.Parts.GetParts(0)->PkgName),
+              std::tuple("LM358A", "PKG"));
+    EXPECT_EQ(std::tuple(info.Parts.GetParts(1)->PartNumber, info.Parts.GetParts(1)->PkgName),
+              std::tuple("LM358B", "PKG2"));
+    ASSERT_EQ(info.Parts.GetParts(0)->PartPins.Count(), 2);
+    EXPECT_EQ(std::tuple(info.Parts.GetParts(0)->PartPins.GetPins(1)->PinNumber,
+                         info.Parts.GetParts(0)->PartPins.GetPins(1)->UnknownB),
+              std::tuple("2", 126));
+    EXPECT_EQ(test::SaveBytes(*component), b.b);
+
+    // The same component in a headered file, saved and read back, keeps every field (without the
+    // user property, which a headered writer can't size).
+    view.UserProps.Clear();
+    auto copy = RoundTripInVersion(*component, test::kV2_3, [](TDboBaseDesign* design) {
+        return Make<TDboLibComponent>(design);
+    });
+    EXPECT_EQ(copy->PartInfo->CompFootprint, "SOIC8");
+    EXPECT_EQ(copy->Packages.GetPackages(0)->Views.GetViews(0)->Bottom, 40);
+}
+
 TEST(LibPart, EmptyPinEntriesKeepTheReaderInStep) {
     auto d = test::DesignOfVersion(test::kV1_2);
     // Count 3: a pin, an empty entry (255 and one more byte), a pin; then a byte of what follows.

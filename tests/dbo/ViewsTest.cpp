@@ -169,6 +169,46 @@ TEST(PageRecord, SavedBytesAndTimes) {
     }
 }
 
+// A page record written out field by field, each with a value of its own.
+TEST(PageRecord, EveryFieldInItsPlace) {
+    auto d = test::DesignOfVersion(test::kV1_2);
+    Bytes b16, b32;
+    for (int i = 0; i < 16; ++i) b16.push_back(static_cast<uint8_t>(0xA0 + i));
+    for (int i = 0; i < 32; ++i) b32.push_back(static_cast<uint8_t>(0x60 + i));
+    auto bytes = [&](int32_t lTime, int32_t hTime) {
+        ByteBuilder b;
+        b.U8(10).U16(1).U16(0x0A).U16(0x0B).Str("PAGE7").Str("Custom").I32(lTime).I32(hTime).Raw(b16);
+        b.I32(15400).I32(9900).I32(110).U16(0x0301).U16(6).U16(7).U16(0x06BA).I32(120).I32(130).I32(0x31).I32(0x32);
+        b.Raw(b32);
+        for (int32_t v = 0x41; v <= 0x50; ++v) b.I32(v);  // Unknown6 to AnsiGridRef
+        for (int i = 0; i < 13; ++i) b.U16(0);            // empty object lists
+        return b.b;
+    };
+    auto page = Make<TDboPage>(d.get());
+    auto s = test::MemStream(bytes(0x5F000001, 0x5F000002));
+    page->Load(*s);
+    EXPECT_EQ(s->Remaining(), 0u);
+    TDboPage& p = *page;
+    EXPECT_EQ(std::tuple(p.PageName, p.PageSize, p.lTime, p.hTime, p.Width, p.Height, p.Pin2PinSpacing),
+              std::tuple("PAGE7", "Custom", 0x5F000001, 0x5F000002, 15400, 9900, 110));
+    EXPECT_EQ(std::tuple(p.Unknown3, p.GridHorCnt, p.GridVertCnt, p.Unknown4, p.GridHorWidth, p.GridVertWidth,
+                         p.GridDispColor, p.GridPrintColor),
+              std::tuple(0x0301, 6, 7, 0x06BA, 120, 130, 0x31, 0x32));
+    EXPECT_EQ(std::vector<int32_t>({p.Unknown6, p.Unknown7, p.GridHorAlpha, p.Unknown8, p.GridHorAscend,
+                                    p.GridVertAlpha, p.Unknown9, p.GridVertAscend, p.Units, p.BorderDisp,
+                                    p.BorderPrint, p.GridRefDisp, p.GridRefPrint, p.TitleBlockDisp,
+                                    p.TitleBlockPrint, p.AnsiGridRef}),
+              std::vector<int32_t>({0x41, 0x42, 0x43, 0x44, 0x45, 0x46, 0x47, 0x48, 0x49, 0x4A, 0x4B, 0x4C, 0x4D,
+                                    0x4E, 0x4F, 0x50}));
+    EXPECT_EQ(Bytes(p.UnknownB16.begin(), p.UnknownB16.end()), b16);
+    EXPECT_EQ(Bytes(p.UnknownB32.begin(), p.UnknownB32.end()), b32);
+    ASSERT_EQ(p.UserProps.Count(), 1);
+    EXPECT_EQ(p.UserProps.GetProperties(0)->ValueIdx, 0x0B);
+    ClockSwap clock;
+    gFakeNow = 0x60000000;  // a save stamps both times
+    EXPECT_EQ(test::SaveBytes(p), bytes(0x60000000, 0x60000000));
+}
+
 TEST(PageRecord, NotHeaderedSaveKeepsObjects) {
     // A real page read from a headered file, saved without size headers, reads back the same.
     ORCADX_REQUIRE_CORPUS();
