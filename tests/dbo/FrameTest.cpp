@@ -97,6 +97,11 @@ TEST(Frame, VisiblePropInEveryVersion) {
     EXPECT_EQ(p3->HeaderRecords, (std::vector<int64_t>{34, 11}));
     EXPECT_EQ(test::SaveBytes(*p3), v23);
     EXPECT_EQ(p3->FullObjectSize(), static_cast<int64_t>(v23.size()));
+    // The newest version reads and writes the same layout.
+    auto d33 = test::DesignOfVersion(test::kV3_3);
+    auto p33 = Make<TDboVisibleProp>(d33.get());
+    p33->Load(*test::MemStream(v23));
+    EXPECT_EQ(test::SaveBytes(*p33), v23);
 
     // The extra-data block may be absent; the next field then starts where the test began.
     Bytes noMask = ByteBuilder().U8(39).I64(34).U8(39).I64(11).U8(39).U16(0xFFFF)

@@ -186,12 +186,13 @@ Bytes ReadFile(const std::filesystem::path& p) {
 TEST(GraphicLibObjects, EveryKindRoundTripsInEveryVersion) {
     const Bytes extra = {0xAA, 0xBB, 0xCC};
     for (const auto& k : Kinds()) {
-        for (uint32_t v : {test::kV1_1, test::kV1_2, test::kV2_3}) {
+        for (uint32_t v : {test::kV1_1, test::kV1_2, test::kV2_3, test::kV3_3}) {
             SCOPED_TRACE(k.libClass + " in version " + std::to_string(v));
+            const bool headered = v == test::kV2_3 || v == test::kV3_3;
             auto d = test::DesignOfVersion(v);
             ByteBuilder rec;
             rec.U8(k.libId);
-            if (v == test::kV2_3)
+            if (headered)
                 rec.U8(k.libId).I64(static_cast<int64_t>(k.fields.size() + 11)).Raw(k.fields).Mask().I32(3).Raw(extra);
             else
                 rec.Raw(k.fields);
@@ -203,7 +204,7 @@ TEST(GraphicLibObjects, EveryKindRoundTripsInEveryVersion) {
             k.check(*o);
             EXPECT_EQ(s->Remaining(), 0u);
             EXPECT_EQ(test::SaveBytes(*o), rec.b);
-            if (v == test::kV2_3) {
+            if (headered) {
                 EXPECT_EQ(o->ExtraData, extra);
                 EXPECT_EQ(o->FullObjectSize(), static_cast<int64_t>(rec.b.size()));
             }

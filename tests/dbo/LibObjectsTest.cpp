@@ -99,6 +99,9 @@ TEST(LibPart, FrameInEachVersion) {
                          .Str("").Str("").U16(0).b;
     EXPECT_EQ(test::SaveBytes(*part), expected);
     EXPECT_EQ(part->FullObjectSize(), 37);
+    // The newest version has the same layout.
+    auto d33 = test::DesignOfVersion(test::kV3_3);
+    EXPECT_EQ(test::SaveBytes(*Make<TDboLibPart>(d33.get())), expected);
 
     // With pins the sizes grow by the strings and the pin list (2 + (3+1+1) + (3+2+1)).
     part->PartNumber = "A";
