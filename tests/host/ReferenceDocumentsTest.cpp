@@ -12,6 +12,7 @@
 
 #include "HostTestUtil.h"
 #include "TestSupport.h"
+#include "host/ClientServices.h"
 #include "host/SchObjects.h"
 
 using namespace orcadx::host;
@@ -447,4 +448,71 @@ TEST(HostReferenceDocuments, FontIndexOutsideTheTableIsTheDefaultFont) {
     }
     ASSERT_TRUE(fonts->GetFontSpec(FindById<ISch_Label>(sheet.document, "C")->GetState_FontId(), spec));
     EXPECT_EQ(spec, (FontSpec{12, 0, false, false, true, false, "Arial"}));
+}
+
+// The properties that don't go through a plain accessor land in the file under the keys the format
+// names.
+TEST(HostReferenceDocuments, SpecialPropertiesAreWrittenUnderTheirKeys) {
+    auto dir = orcadx::test::ScratchDir("host_reference_keys");
+    HostApplication app(orcadx::test::Options(35));
+    app.StartSchServer();
+    IServerDocument* server = OpenOrCreateDocument(app, (dir / "Keys.SchDoc").string(), "SCH", "Binary", true);
+    ISch_Document* sheet = app.SchDocumentOf(server);
+    ASSERT_NE(sheet, nullptr);
+    using orcadx::test::Make;
+    auto* component = Make<ISch_Component>(app, eSchComponent);
+    component->SetState_UniqueId("C1");
+    component->AddAlias("FIRST");
+    component->AddAlias("SECOND");
+    component->Placed();
+    ISch_Implementation* model = component->AddImplementation();
+    model->AddDataFileLink("Q2N2222", "models/q.lib", "PSpice");
+    auto* pin = Make<ISch_Pin>(app, ePin);
+    pin->SetState_CustomStyleEnabled(0, true);
+    pin->SetState_CustomStylePositionMode(0, 2);
+    pin->SetState_CustomStyleColor(1, 0x123456);
+    pin->SetState_CustomStyleFontId(1, app.SchServer()->GetFontManager()->GetFontID(7, 90, true, false, false, true, "Arial"));
+    component->AddSchObject(pin);
+    sheet->AddSchObject(component);
+    orcadx::test::WriteTinyPng(dir / "tiny.png");
+    auto* image = Make<ISch_Image>(app, eImage);
+    image->SetState_FileName((dir / "tiny.png").string());
+    image->SetState_EmbedImage(true);
+    sheet->AddSchObject(image);
+    auto* wire = Make<ISch_Wire>(app, eWire);
+    wire->SetState_VertexCount(2);
+    wire->SetState_Vertex(1, {Mil(10), Mil(20)});
+    wire->SetState_Vertex(2, {Mil(30), Mil(20)});
+    sheet->AddSchObject(wire);
+    ASSERT_TRUE(server->DoFileSave("Binary"));
+
+    Json file = Json::parse(ReadFile(dir / "Keys.SchDoc"));
+    const Json& children = file["document"]["children"];
+    ASSERT_EQ(children.size(), 3u);
+    const Json& c = children[0]["props"];
+    EXPECT_EQ(c["Aliases"], Json({"FIRST", "SECOND"}));
+    EXPECT_EQ(c["IsPlaced"], true);
+    const Json* links = nullptr;
+    const Json* pinProps = nullptr;
+    for (const Json& child : children[0]["children"]) {
+        if (child["kind"] == eImplementation) links = &child["props"]["DataFileLinks"];
+        if (child["kind"] == ePin) pinProps = &child["props"];
+    }
+    ASSERT_NE(links, nullptr);
+    EXPECT_EQ(*links, Json::parse(R"([{"Entity":"Q2N2222","Kind":"PSpice","Location":"models/q.lib"}])"));
+    ASSERT_NE(pinProps, nullptr);
+    EXPECT_EQ((*pinProps)["NameStyleEnabled"], true);
+    EXPECT_EQ((*pinProps)["NameStylePositionMode"], 2);
+    EXPECT_EQ((*pinProps)["DesignatorStyleColor"], 0x123456);
+    EXPECT_EQ((*pinProps)["DesignatorStyleEnabled"], false);
+    // Fonts in the order of first use: the designator's default font, then the pin's number font.
+    EXPECT_EQ((*pinProps)["DesignatorStyleFontId"], 2);
+    EXPECT_EQ((*pinProps)["NameStyleFontId"], 1);
+    EXPECT_EQ(file["fonts"], Json::parse(R"([{"bold":false,"italic":false,"name":"Times New Roman","rotation":0,
+                                               "size":10,"strikeout":false,"underline":false},
+                                              {"bold":false,"italic":false,"name":"Arial","rotation":90,
+                                               "size":7,"strikeout":true,"underline":true}])"));
+    EXPECT_EQ(children[1]["props"]["ImageData"].get<std::string>().substr(0, 8), "iVBORw0K");  // base64 of PNG
+    EXPECT_EQ(children[2]["props"]["Vertices"], Json::parse("[[100000,200000],[300000,200000]]"));
+    EXPECT_EQ(children[2]["props"]["Location"], Json::parse("[100000,200000]"));
 }
