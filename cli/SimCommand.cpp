@@ -106,15 +106,16 @@ int Run(const SimOptions& opt) {
     const ProfileSource* source = SourceFor(opt.file);
     if (!source) {
         std::cerr << "error: " << opt.file << " is no OrCAD project (.opj) or PSpice profile (.sim)\n";
-        return 2;
+        return kExitUsage;
     }
+    if (!InputExists(opt.file)) return kExitFailed;
     auto& ctx = GetContext();
     ctx.StartRun();
     std::vector<ShownProfile> profiles = (*source)(opt.file, ctx.log.get());
     if (profiles.empty() && ctx.log->AllMessages(host::kLogError).empty())
         std::cout << "* No simulation profiles in " << opt.file << "\n";
     for (ShownProfile& p : profiles) Print(p, opt.parameters, std::cout);
-    return ctx.FinishRun() > 0 ? 1 : 0;
+    return ctx.FinishRun() > 0 ? kExitFailed : 0;
 }
 
 }  // namespace

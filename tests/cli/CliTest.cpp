@@ -105,6 +105,8 @@ TEST(CommandLine, ExitCodesAndMessagesOfEverySubcommand) {
     std::ofstream(dir / "notes.OLB") << "just text\n";
     std::ofstream(dir / "Sheet.SchDoc") << R"({"document":{"kind":31},"format":"VantorSchDoc","version":1})";
     std::ofstream(dir / "Broken.SchDoc") << "{ not json";
+    std::ofstream(dir / "Empty.opj") << "(ExpressProject \"Empty\"\n  (ProjectVersion \"19981106\"))\n";
+    std::ofstream(dir / "Broken.opj") << "garbage";
     const std::string notes = Quote(dir / "notes.DSN"), missing = Quote(dir / "missing.DSN");
     const std::string missingPath = (dir / "missing.DSN").string();
 
@@ -144,6 +146,12 @@ TEST(CommandLine, ExitCodesAndMessagesOfEverySubcommand) {
         {"render " + Quote(dir / "Missing.SchDoc") + " -o " + Quote(dir / "x.svg"), 1, "",
          "error: " + (dir / "Missing.SchDoc").string() + " does not exist"},
         {"render " + Quote(dir / "Sheet.SchDoc"), 2, "", "--output is required"},
+
+        {"sim " + Quote(dir / "Empty.opj"), 0, "* No simulation profiles in", ""},
+        {"sim " + Quote(dir / "Broken.opj"), 1, "", "error: Failed to load Orcad Project file"},
+        {"sim " + Quote(dir / "missing.opj"), 1, "", "error: " + (dir / "missing.opj").string() + " does not exist"},
+        {"sim " + Quote(dir / "Sheet.SchDoc"), 2, "", "is no OrCAD project (.opj) or PSpice profile (.sim)"},
+        {"sim --bogus " + Quote(dir / "Empty.opj"), 2, "", "The following argument was not expected: --bogus"},
 
         {"", 2, "", "A subcommand is required"},
         {"convert " + design, 2, "", "error: unknown subcommand \"convert\""},
