@@ -18,6 +18,8 @@
 #include "host/ClientServices.h"
 #include "platform/Status.h"
 #include "platform/TextCompare.h"
+#include "pspice/PSpiceModelImport.h"
+#include "pspice/PSpiceTemplateImport.h"
 
 namespace orcadx::importer {
 
@@ -51,34 +53,34 @@ bool NamesPSpiceModel(const dbo::TDboLibView* view) {
 // ----- PSpice call points ----------------------------------------------------------------------
 // The PSpice side (pspice/) joins the library import at these four points: the model import
 // manager of a library file's import, the models that views name, the template on each component,
-// and the extraction of the noted models at the end. Until the PSpice model and template import
-// are linked in, a library imports without a model manager, notes no model and makes no
-// simulation model.
+// and the extraction of the noted models at the end.
 
 // The model manager of the import of a library file, given `progress` units of its own.
-std::shared_ptr<pspice::TPSpiceModelImportManager> CreateModelManager(host::IHostApplication&, dbo::TDboDesign&,
-                                                                       host::IOrcadImporterOption*,
-                                                                       host::IHandler_Status*, int32_t /*progress*/,
-                                                                       host::IProject*, host::ILogSection*) {
-    return nullptr;
+std::shared_ptr<pspice::TPSpiceModelImportManager> CreateModelManager(host::IHostApplication& host,
+                                                                       dbo::TDboDesign& design,
+                                                                       host::IOrcadImporterOption* options,
+                                                                       host::IHandler_Status* status, int32_t progress,
+                                                                       host::IProject* project, host::ILogSection* log) {
+    return std::make_shared<pspice::TPSpiceModelImportManager>(&host, design.FileName, project, options, status,
+                                                               progress, log);
 }
 
 // The model named by a view is noted for the extraction at the end (AddModel).
-void NoteModel(pspice::TPSpiceModelImportManager* manager, const std::string& /*name*/, const std::string& /*path*/) {
-    if (!manager) return;
+void NoteModel(pspice::TPSpiceModelImportManager* manager, const std::string& name, const std::string& path) {
+    if (manager) manager->AddModel(name, path);
 }
 
 // The component's "PSpiceTemplate" becomes its simulation model (TPSpiceTemplateImporter of the
 // component, model name, model file, whether the view names a model, log). True when the component
 // had a template.
-bool ImportTemplate(host::IHostApplication&, host::ISch_Component*, const std::string& /*modelName*/,
-                    const std::string& /*modelFile*/, bool /*hasModel*/, host::ILogSection*) {
-    return false;
+bool ImportTemplate(host::IHostApplication& host, host::ISch_Component* component, const std::string& modelName,
+                    const std::string& modelFile, bool hasModel, host::ILogSection* log) {
+    return pspice::TPSpiceTemplateImporter(host, {}, component, modelName, modelFile, hasModel, log).Run();
 }
 
 // The noted models are cut out of their PSpice libraries into the project (RunImport).
 void RunModelImport(pspice::TPSpiceModelImportManager* manager) {
-    if (!manager) return;
+    if (manager) manager->RunImport();
 }
 
 }  // namespace

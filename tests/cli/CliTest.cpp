@@ -355,14 +355,22 @@ TEST(CommandLine, ImportOfOnePage) {
     auto dir = test::ScratchDir("cli-import-page");
     const fs::path source = fs::path(ORCADX_SOURCE_DIR) / "examples" / "Series-Regulator";
     const std::string design = Quote(source / "P1_Olteanu_Rares.dsn");
+    // One part of the sample design has a PSpice template that names pins its symbol lacks: those
+    // two errors of the library import make the exit code 1, and the sheet is made all the same.
+    auto onlyTemplateErrors = [](const Result& r) {
+        size_t errors = 0;
+        for (size_t at = r.err.find("error: "); at != std::string::npos; at = r.err.find("error: ", at + 1)) ++errors;
+        return r.code == 1 && errors == 2 &&
+               r.err.find("error: Could not map PSpice template pin \"C\" on component \"MLED81_1\"") != std::string::npos;
+    };
     Result r = RunOrcadx("import " + design + " --page SCHEMATIC2/VREF_TEST -o " + Quote(dir / "one") + " -q");
-    EXPECT_EQ(r.code, 0) << r.err;
+    EXPECT_TRUE(onlyTemplateErrors(r)) << r.code << r.err;
     EXPECT_TRUE(fs::is_regular_file(dir / "one" / "VREF_TEST.SchDoc")) << r.err;
     std::string sheet = Slurp(dir / "one" / "VREF_TEST.SchDoc");
     EXPECT_NE(sheet.find("\"VantorSchDoc\""), std::string::npos);
     // A page name alone, when one view has it.
     r = RunOrcadx("import " + design + " --page FINAL -o " + Quote(dir / "two") + " -q");
-    EXPECT_EQ(r.code, 0) << r.err;
+    EXPECT_TRUE(onlyTemplateErrors(r)) << r.code << r.err;
     EXPECT_TRUE(fs::is_regular_file(dir / "two" / "FINAL.SchDoc"));
     r = RunOrcadx("import " + design + " --page SCHEMATIC2/NOPAGE -o " + Quote(dir / "three") + " -q");
     EXPECT_EQ(r.code, 1);

@@ -52,7 +52,17 @@ TEST(LibraryCommands, AnalyzeListsDocumentsAndModels) {
     const fs::path examples = fs::path(ORCADX_SOURCE_DIR) / "examples" / "Series-Regulator";
     Result r = RunOrcadx("-q analyze " + Quote(examples / "Libs" / "BC846B.OLB"));
     ASSERT_EQ(r.code, 0) << r.err;
-    EXPECT_EQ(r.out, "Documents:\n  BC846B_Library.SchLib\nModels:\n  QBC846B\n");
+    EXPECT_EQ(r.out, "Documents:\n  BC846B_Library.SchLib\nModels:\n  QBC846B: model in " +
+                         (examples / "Libs" / "BC846B.lib").string() + "\n");
+    // The library folders come before the file's own; a model that is nowhere says so.
+    r = RunOrcadx("-q analyze --lib-path " + Quote(dir) + " " + Quote(examples / "Libs" / "opto.olb"));
+    ASSERT_EQ(r.code, 0) << r.err;
+    EXPECT_NE(r.out.find("  CNY17-1: not found\n"), std::string::npos) << r.out;
+    std::ofstream(dir / "extra.lib") << ".SUBCKT cny17-1 1 2\n.ENDS\n";
+    r = RunOrcadx("-q analyze " + Quote(examples / "Libs" / "opto.olb") + " --lib-path " + Quote(dir));
+    ASSERT_EQ(r.code, 0) << r.err;
+    EXPECT_NE(r.out.find("  CNY17-1: subcircuit in " + (dir / "extra.lib").string() + "\n"), std::string::npos) << r.out;
+    fs::remove(dir / "extra.lib");
     r = RunOrcadx("-q analyze " + Quote(examples / "P1_Olteanu_Rares.dsn"));
     ASSERT_EQ(r.code, 0) << r.err;
     EXPECT_NE(r.out.find("Documents:\n  P1_Olteanu_Rares_Library.SchLib\n"), std::string::npos) << r.out;

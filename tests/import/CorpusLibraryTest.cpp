@@ -21,6 +21,15 @@ namespace {
 using namespace orcadx::host;
 using Json = nlohmann::json;
 
+// The errors of an import but for the PSpice models it found nowhere: these imports have no
+// project, so no model file can be made.
+std::vector<std::string> ErrorsBesideMissingModels(const LogSection& log) {
+    std::vector<std::string> out;
+    for (auto& m : log.AllMessages(kLogError))
+        if (m.rfind("PSpice model not found \"", 0) != 0) out.push_back(m);
+    return out;
+}
+
 Json ReadJson(const std::filesystem::path& path) {
     std::ifstream in(path, std::ios::binary);
     return Json::parse(in);
@@ -87,7 +96,7 @@ TEST(CorpusLibraries, EveryLibraryImportsWithOneComponentPerCaptureComponentAndI
         bool templates = false;
         const std::string library = importer::ImportLibrary(app, design, &options, nullptr, 100, &log, out.string(),
                                                             nullptr, true, templates);
-        EXPECT_TRUE(log.AllMessages(kLogError).empty()) << log.AllMessages(kLogError).front();
+        EXPECT_TRUE(ErrorsBesideMissingModels(log).empty()) << ErrorsBesideMissingModels(log).front();
         EXPECT_TRUE(log.AllMessages(kLogWarning).empty()) << log.AllMessages(kLogWarning).front();
         ASSERT_EQ(library, (out / importer::LibraryFileName(file.string(), "")).string());
         const auto actual = HostComponents(ReadJson(library));
@@ -151,7 +160,7 @@ TEST(CorpusLibraries, OldVersionTwinsImportToTheSameComponents) {
             std::string path = importer::ImportLibrary(app, design, nullptr, nullptr, 100, &log, out.string(), nullptr,
                                                        true, templates);
             ASSERT_FALSE(path.empty());
-            EXPECT_TRUE(log.AllMessages(kLogError).empty());
+            EXPECT_TRUE(ErrorsBesideMissingModels(log).empty());
             libraries[k] = Canonical(ReadJson(path));
         }
         // The two files list their components in different orders.
