@@ -3,13 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <set>
 
 #include "PSpiceTestSupport.h"
 #include "TestSupport.h"
 #include "dbo/DboDesign.h"
 #include "dbo/DboLibObjects.h"
 #include "dbo/DboObjects.h"
+#include "dbo/DboViewObjects.h"
 #include "host/HostApplication.h"
+#include "pspice/PSpiceModelImport.h"
 #include "pspice/PSpiceTemplateImport.h"
 
 using namespace orcadx;
@@ -460,4 +463,67 @@ TEST_F(Templates, EveryTemplateOnTheSamplePartsBecomesAnImplementation) {
                                "Voltage Source/Voltage-Controlled", "General/Resistor", "General/Capacitor",
                                "General/Inductor"})
         EXPECT_GT(families[family], 0) << family;
+}
+
+// The page import's hook on the placed parts of the sample design: a part implemented by a model
+// has it extracted and linked, and the host's simulation server finds the model in the linked
+// file; other parts take their package's name.
+TEST_F(Templates, PlacedPartsLinkTheModelsTheirLibrariesHold) {
+    ORCADX_REQUIRE_CORPUS();
+    const fs::path root = test::CorpusDir() / "Series-Regulator";
+    const fs::path dir = test::ScratchDir("pspice-placed-parts");
+    dbo::TDboDesign design((root / "P1_Olteanu_Rares.dsn").string(), nullptr, 0, nullptr);
+    ASSERT_TRUE(design.Load(false));
+    IProject* project = app.CreateProject((dir / "P.VsProj").string());
+    ImporterOptions options;
+    options.libraryDirectories = {(root / "Libs").string()};
+    pspice::TPSpiceModelImportManager manager(&app, design.FileName, project, &options, nullptr, 0, &log);
+
+    std::map<std::string, int> linked, unlinked;
+    std::set<std::string> named;  // models the parts name, with or without a template
+    int parts = 0;
+    for (int v = 0; v < design.ViewCount(); ++v)
+        for (int p = 0; p < design.GetViews(v)->PageCount(); ++p) {
+            auto& list = *design.GetViews(v)->GetPages(p)->PartsAndBlocks;
+            for (int i = 0; i < list.Count(); ++i) {
+                auto* part = dynamic_cast<dbo::TDboPart*>(list.GetItems(i));
+                const dbo::TDboLibComponent* cached = part ? design.FindComponent(part->SrcPkg) : nullptr;
+                if (!cached || cached->Packages.Count() == 0) continue;
+                std::string templateText;
+                ISch_Component* component = HostComponent(app, design, *cached, templateText);
+                components.push_back(component);
+                bool imported = pspice::ImportPartSimulation(app, component, *part, &manager, &log);
+                EXPECT_EQ(imported, !templateText.empty()) << part->GetDesignator();
+                bool model = part->GetImplementationType() == dbo::TDboPart::kImplementationPSpiceModel &&
+                             !part->GetImplementation().empty();
+                if (model) named.insert(part->GetImplementation());
+                if (!imported) continue;
+                ++parts;
+                ISch_Implementation* sim = Sim(component);
+                ASSERT_NE(sim, nullptr);
+                EXPECT_EQ(sim->GetState_ModelName(), model ? part->GetImplementation() : part->SrcPkg);
+                if (sim->GetState_DataFileLinkCount() == 1) {
+                    ++linked[sim->GetState_ModelName()];
+                    EXPECT_EQ(sim->GetState_DataFileLinkLocation(0),
+                              manager.FindModel(part->GetImplementation(), part->GetImplementationPath())->ModelFile);
+                } else if (model) {
+                    ++unlinked[sim->GetState_ModelName()];
+                }
+            }
+        }
+    EXPECT_GT(parts, 50);
+    // The two models of the libraries here, linked on every part that names them; the others are
+    // reported once each, and no linked model fails the simulation server's check.
+    EXPECT_EQ(linked.size(), 2u);
+    EXPECT_GT(linked["QBC846B"], 5);
+    EXPECT_GT(linked["MLED81"], 0);
+    EXPECT_TRUE(unlinked.count("QBC856B"));
+    for (const auto& m : test::Messages(log)) {
+        EXPECT_EQ(m.find("Could not initialize model"), std::string::npos) << m;
+        if (m.find("PSpice model not found") != std::string::npos) {
+            std::string name = m.substr(m.find('"') + 1, m.rfind('"') - m.find('"') - 1);
+            EXPECT_TRUE(named.count(name) && !linked.count(name)) << m;
+        }
+    }
+    EXPECT_EQ(project->GetDocumentCount(), 2);
 }
