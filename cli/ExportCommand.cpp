@@ -7,6 +7,7 @@
 #include "entry/FileTest.h"
 #include "host/HostApplication.h"
 #include "platform/CodePage.h"
+#include "platform/Parameters.h"
 
 namespace orcadx::cli {
 
@@ -67,8 +68,8 @@ int Run(const ExportOptions& opt) {
         section->AddMessage(host::kLogError, "Cannot open " + input + " as a schematic library");
     std::string text = platform::Utf16ToUtf8(results);
     if (written) {
-        section->AddMessage(host::kLogInfo, "Written " + output);
-        section->AddMessage(host::kLogInfo, text);
+        std::string count = platform::GetParameterValue(text, "ExportedComponentCount");
+        section->AddMessage(host::kLogInfo, "Written " + output + ": " + count + " component(s) and symbol(s)");
     }
     ctx.verbose = true;
     int errors = ctx.FinishRun();

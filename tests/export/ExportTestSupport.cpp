@@ -9,7 +9,10 @@ namespace orcadx::test {
 
 void ExportFixture::SetUp() {
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    dir_ = ScratchDir(std::string("export-") + info->test_suite_name() + "-" + info->name());
+    std::string name = std::string("export-") + info->test_suite_name() + "-" + info->name();
+    for (char& c : name)
+        if (c == '/') c = '_';
+    dir_ = ScratchDir(name);
     host::HostOptions options;
     options.Seed = 17;
     options.SettingsFolder = (dir_ / "settings").string();
