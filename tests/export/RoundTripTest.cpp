@@ -655,6 +655,15 @@ protected:
         RegisterHost(nullptr);
         ExportFixture::TearDown();
     }
+    // Errors of the import fail the test, but those of its PSpice side: the models that views
+    // name are looked for in model libraries, which the round trip has no part in (the export
+    // doesn't carry a view's model).
+    void ReportErrors(const LogSection& section, const std::filesystem::path& file) {
+        if (section.Title() == "Importing PSpice Models") return;
+        for (const auto& [severity, text] : section.Messages())
+            if (severity == kLogError) ADD_FAILURE() << file << ": " << text;
+        for (const auto& child : section.Sections()) ReportErrors(*child, file);
+    }
     // Imports a Capture library into `folder`; gives the library file made, or "" when none was.
     std::string Import(const std::filesystem::path& file, const std::filesystem::path& folder) {
         std::filesystem::create_directories(folder);
@@ -663,7 +672,7 @@ protected:
         uint8_t templates = 0;
         ImportOLB(platform::Utf8ToUtf16(file.string()).c_str(), &options, nullptr, &log,
                   platform::Utf8ToUtf16(folder.string()).c_str(), nullptr, &templates);
-        for (const std::string& error : log.AllMessages(kLogError)) ADD_FAILURE() << file << ": " << error;
+        ReportErrors(log, file);
         auto library = folder / (file.stem().string() + "_Library.SchLib");
         return std::filesystem::exists(library) ? library.string() : "";
     }
