@@ -8,9 +8,12 @@
 #include "dbo/DboFileIO.h"
 #include "entry/HostAccess.h"
 #include "entry/TranslatorApi.h"
+#include "entry/FileTest.h"
 #include "export/SCHExport.h"
+#include "export/SCHExportProject.h"
 #include "platform/CodePage.h"
 #include "platform/Parameters.h"
+#include "platform/TextCompare.h"
 
 using namespace orcadx;
 
@@ -74,8 +77,10 @@ bool RunExport(host::IHostApplication& host, const std::string& parameters, cons
         BusyCursor busy(client);
         if (fileType == "DSN") {
             host::IWorkspace* workspace = host.Workspace();
-            if (!workspace || !workspace->GetFocusedProject()) throw dbo::Exception("Could not get the project.");
-            throw dbo::Exception("Design export is not available in this build.");
+            host::IProject* project = workspace ? workspace->GetFocusedProject() : nullptr;
+            if (!project) throw dbo::Exception("Could not get the project.");
+            exporter::ExportProject(host, project, fileName, version);
+            return true;
         }
         if (fileType == "OLB") {
             std::string documentName = RequiredParameter(parameters, "DocumentName");
@@ -122,7 +127,25 @@ bool OrCad71Saver(const WideChar* Parameters) {
     return ExportFileW(platform::Utf8ToUtf16(parameters).c_str(), &results);
 }
 
-bool ExportFileFromSch(const WideChar*, int32_t, host::ISch_Document*) { return false; }
+// Exports the focused project of which the document is a part, as the file type that the file
+// name's extension gives, through OrCad71Saver (version 0x00010001).
+bool ExportFileFromSch(const WideChar* FileName, int32_t, host::ISch_Document* Document) {
+    host::IHostApplication* host = entry::HostApplication();
+    host::IWorkspace* workspace = host ? host->Workspace() : nullptr;
+    host::IProject* project = workspace ? workspace->GetFocusedProject() : nullptr;
+    if (!project || !Document) return false;
+    std::string path = Document->GetState_DocumentName();
+    bool inProject = false;
+    for (int32_t i = 0; i < project->GetDocumentCount() && !inProject; ++i)
+        if (host::IDocument* document = project->GetDocument(i))
+            inProject = entry::SamePath(document->GetFullPath(), path);
+    if (!inProject) return false;
+    std::string fileName = Narrow(FileName);
+    std::string fileType = platform::UpperCaseAscii(entry::ExtensionOf(fileName));
+    if (!fileType.empty()) fileType.erase(0, 1);
+    std::string parameters = "DocumentName=" + path + " | FileName=" + fileName + " | FileType=" + fileType;
+    return OrCad71Saver(platform::Utf8ToUtf16(parameters).c_str());
+}
 
 bool ExportFileFromSchEx(const WideChar* FileName, int32_t Unused, host::ISch_Document* Document, int32_t) {
     return ExportFileFromSch(FileName, Unused, Document);

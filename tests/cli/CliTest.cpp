@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <tuple>
 #include <sstream>
 
 #include "CliRun.h"
@@ -11,6 +12,7 @@
 #include "dbo/DboLib.h"
 #include "dbo/DboLibObjects.h"
 #include "dbo/DboObjects.h"
+#include "dbo/DboViewObjects.h"
 
 using namespace orcadx;
 using namespace orcadx::test;
@@ -347,6 +349,55 @@ TEST(CommandLine, ExportFailuresSayWhatIsWrong) {
     r = RunOrcadx("export " + Quote(dir / "Parts.SchLib") + " -o " + Quote(dir / "no" / "such" / "x.OLB"));
     EXPECT_EQ(r.code, 1);
     EXPECT_NE(r.err.find("error: Error: "), std::string::npos) << r.err;
+}
+
+// A project and a lone sheet made by importing one page of the sample design in examples/ become
+// Capture designs that load, hold the page and the standard symbols, and are valid in version
+// 0x00010001; a version whose pages can't be written fails without a file.
+TEST(CommandLine, ExportOfAProjectAndOfASheet) {
+    auto dir = test::ScratchDir("cli-export-design");
+    const fs::path source = fs::path(ORCADX_SOURCE_DIR) / "examples" / "Series-Regulator";
+    RunOrcadx("import " + Quote(source / "P1_Olteanu_Rares.dsn") + " --page FINAL -o " + Quote(dir / "in") + " -q");
+    ASSERT_TRUE(fs::is_regular_file(dir / "in" / "FINAL.SchDoc"));
+    const std::string project = Quote(dir / "in" / "P1_Olteanu_Rares.VsProj");
+    const std::string sheet = Quote(dir / "in" / "FINAL.SchDoc");
+    for (const auto& [input, title, output] :
+         {std::tuple{project, "Exporting Project - P1_Olteanu_Rares.VsProj", dir / "Project.DSN"},
+          std::tuple{sheet, "Exporting Sheet - FINAL.SchDoc", dir / "Sheet.DSN"}}) {
+        SCOPED_TRACE(input);
+        Result r = RunOrcadx("export " + input + " -o " + Quote(output));
+        ASSERT_EQ(r.code, 0) << r.err;
+        EXPECT_NE(r.err.find(title), std::string::npos) << r.err;
+        EXPECT_NE(r.err.find(output.filename().string() + ": 1 page(s), "), std::string::npos) << r.err;
+        r = RunOrcadx("validate " + Quote(output));
+        EXPECT_EQ(r.code, 0);
+        EXPECT_NE(r.out.find("valid (design, version 0x00010001)"), std::string::npos) << r.out;
+        dbo::TDboDesign loaded(output.string(), nullptr, 0, nullptr);
+        ASSERT_TRUE(loaded.Load(false));
+        ASSERT_EQ(loaded.ViewCount(), 1);
+        EXPECT_EQ(loaded.GetViews(0)->ViewName, "FINAL.SchDoc");
+        EXPECT_EQ(loaded.Lib->RootViewName, "FINAL.SchDoc");
+        EXPECT_GE(loaded.SymbolCount(), 17);
+    }
+    // Another version for a project; pages can't be written with size headers.
+    Result r = RunOrcadx("export " + project + " -o " + Quote(dir / "New.DSN") + " --version 65538");
+    EXPECT_EQ(r.code, 0) << r.err;
+    r = RunOrcadx("export " + project + " -o " + Quote(dir / "Headered.DSN") + " --version 131075");
+    EXPECT_EQ(r.code, 1);
+    EXPECT_NE(r.err.find("GetHeaderRecord() must be overridden for TDboPage"), std::string::npos) << r.err;
+    EXPECT_FALSE(fs::exists(dir / "Headered.DSN"));
+    // A sheet goes the host's way, in version 65537 only; a design is written to .DSN.
+    r = RunOrcadx("export " + sheet + " -o " + Quote(dir / "x.DSN") + " --version 65538");
+    EXPECT_EQ(r.code, 2);
+    EXPECT_NE(r.err.find("--version"), std::string::npos) << r.err;
+    r = RunOrcadx("export " + project + " -o " + Quote(dir / "x.OLB"));
+    EXPECT_EQ(r.code, 2);
+    EXPECT_NE(r.err.find("the name must end in .DSN"), std::string::npos) << r.err;
+    std::ofstream(dir / "Broken.VsProj") << "{ not json";
+    r = RunOrcadx("export " + Quote(dir / "Broken.VsProj") + " -o " + Quote(dir / "x.DSN"));
+    EXPECT_EQ(r.code, 1);
+    EXPECT_NE(r.err.find("as a project"), std::string::npos) << r.err;
+    EXPECT_FALSE(fs::exists(dir / "x.DSN"));
 }
 
 // One page of the sample design in examples/: its sheet lands in the output folder; a page the
