@@ -16,6 +16,13 @@ std::string Trim(const std::string& s) {
     return s.substr(b, e - b + 1);
 }
 
+// The ASCII letters of the text in upper case, as the host compares names.
+std::string UpperCase(std::string s) {
+    for (char& c : s)
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+    return s;
+}
+
 }  // namespace
 
 UniqueIdSource::UniqueIdSource(uint32_t seed) : rng_(seed) {}
@@ -133,18 +140,48 @@ ISch_Component* SchServer::LoadComponent(const std::string& name, const std::str
         return nullptr;
     };
     ObjectCore* found = nullptr;
-    std::unique_ptr<ObjectCore> detached;
     if (ISch_Document* open = GetSchDocumentByPath(libraryPath)) {
         ObjectCore* lib = CoreOf(open);
         if (lib->Kind() == eSchLib) found = findIn(lib);
-    } else if (LoadDetached) {
-        detached = LoadDetached(libraryPath);
-        if (detached && detached->Kind() == eSchLib) found = findIn(detached.get());
+    } else if (DetachedLibrary* library = DetachedLibraryOf(libraryPath)) {
+        auto it = library->Components.find(UpperCase(wanted));
+        if (it != library->Components.end()) found = it->second;
     }
     if (!found) return nullptr;
     auto copy = found->Clone(true);
     copy->SetStr("SourceLibraryName", std::filesystem::path(NormalizePath(libraryPath)).filename().string());
     return dynamic_cast<ISch_Component*>(copy.release()->Iface());
+}
+
+SchServer::DetachedLibrary* SchServer::DetachedLibraryOf(const std::string& path) {
+    if (!LoadDetached) return nullptr;
+    std::error_code timeError, sizeError;
+    const std::string normal = NormalizePath(path);
+    const auto time = std::filesystem::last_write_time(normal, timeError);
+    const uintmax_t size = std::filesystem::file_size(normal, sizeError);
+    if (timeError || sizeError) return nullptr;
+    if (detached_ && detached_->Path == normal && detached_->Time == time && detached_->Size == size)
+        return detached_.get();
+    detached_.reset();
+    std::unique_ptr<ObjectCore> document = LoadDetached(path);
+    if (!document || document->Kind() != eSchLib) return nullptr;
+    auto library = std::make_unique<DetachedLibrary>();
+    library->Path = normal;
+    library->Time = time;
+    library->Size = size;
+    for (ObjectCore* c : document->Children())
+        if (c->Kind() == eSchComponent) library->Components.emplace(UpperCase(Trim(c->GetStr("LibReference"))), c);
+    // The kept copy is the server's own: it doesn't count among the objects that callers hold.
+    std::vector<ObjectCore*> pending{document.get()};
+    while (!pending.empty()) {
+        ObjectCore* o = pending.back();
+        pending.pop_back();
+        Unregister(o);
+        pending.insert(pending.end(), o->Children().begin(), o->Children().end());
+    }
+    library->Document = std::move(document);
+    detached_ = std::move(library);
+    return detached_.get();
 }
 
 int32_t SchServer::GetFontID(int32_t size, int32_t rotation, bool underline, bool italic, bool bold, bool strikeout,

@@ -3,11 +3,13 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
 #include <random>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -91,12 +93,25 @@ public:
     std::function<std::unique_ptr<ObjectCore>(const std::string& path)> LoadDetached;
 
 private:
+    // A library file that is not open, read once and kept while the file stays the same, with its
+    // components by trimmed, upper-cased library reference (the first of equal names).
+    struct DetachedLibrary {
+        std::string Path;
+        std::filesystem::file_time_type Time;
+        uintmax_t Size = 0;
+        std::unique_ptr<ObjectCore> Document;
+        std::unordered_map<std::string, ObjectCore*> Components;
+    };
+    DetachedLibrary* DetachedLibraryOf(const std::string& path);
+
     UniqueIdSource* ids_;
     std::vector<FontSpec> fonts_;  // index = font id; entry 0 repeats the default font
     std::map<std::string, bool> booleanPreferences_;
     std::unordered_set<ObjectCore*> live_;
     std::vector<std::pair<ObjectCore*, std::string>> documents_;
     ObjectCore* current_ = nullptr;
+    // Declared last: its objects go before the list of live objects does.
+    std::unique_ptr<DetachedLibrary> detached_;
 };
 
 // Normal form of a path as the host compares paths: "\" becomes "/", "." and ".." are resolved,

@@ -293,3 +293,42 @@ TEST(HostWorkspace, MessagesAnalyticsModelsAndSupportObjects) {
     EXPECT_EQ(status.EndStatus(), kOk);
     EXPECT_EQ(status.EndStatus(), kFail);
 }
+
+// A library file that is not open is read once for many components, and read again when the file
+// changes; the server's own copy doesn't count among the objects that callers hold.
+TEST(HostWorkspace, ComponentsOfAClosedLibraryFollowItsFile) {
+    auto dir = orcadx::test::ScratchDir("host_closed_library");
+    HostApplication app(orcadx::test::Options(16));
+    app.StartSchServer();
+    const std::string path = (dir / "Parts.SchLib").string();
+    ISch_Lib* library = orcadx::test::BuildSampleLibrary(app, path);
+    ASSERT_NE(library, nullptr);
+    CloseServerDocument(app, library);
+    ASSERT_EQ(app.SchServer()->GetSchDocumentByPath(path), nullptr);
+
+    const size_t live = app.LiveObjectCount();
+    ISch_Component* first = app.SchServer()->LoadComponent("res", path);
+    ISch_Component* second = app.SchServer()->LoadComponent(" cap/x ", path);
+    ASSERT_NE(first, nullptr);
+    ASSERT_NE(second, nullptr);
+    EXPECT_EQ(first->GetState_LibReference(), "RES");
+    EXPECT_EQ(first->GetState_SourceLibraryName(), "Parts.SchLib");
+    EXPECT_EQ(app.SchServer()->LoadComponent("NONE", path), nullptr);
+    app.SchServer()->DestroySchObject(first);
+    app.SchServer()->DestroySchObject(second);
+    EXPECT_EQ(app.LiveObjectCount(), live);
+
+    // The file changes: the next component comes from the new file.
+    IServerDocument* server = app.OpenDocumentFile(path);
+    library = dynamic_cast<ISch_Lib*>(app.SchDocumentOf(server));
+    ASSERT_NE(library, nullptr);
+    library->GetState_SchComponentByLibRef("CAP/X")->SetState_ComponentDescription("a much longer description");
+    SaveDocument(app, server, true, "Binary");
+    CloseServerDocument(app, library);
+    ISch_Component* changed = app.SchServer()->LoadComponent("CAP/X", path);
+    ASSERT_NE(changed, nullptr);
+    EXPECT_EQ(changed->GetState_ComponentDescription(), "a much longer description");
+    app.SchServer()->DestroySchObject(changed);
+    std::filesystem::remove(path);
+    EXPECT_EQ(app.SchServer()->LoadComponent("CAP/X", path), nullptr);
+}
