@@ -7,9 +7,11 @@
 #include "dbo/DboViewObjects.h"
 #include "export/Manage_PageNames.h"
 #include "host/ClientServices.h"
+#include "import/ProcessHierarchy.h"
 #include "import/SCHLibraryImport.h"
 #include "import/SCHSheetImport.h"
 #include "platform/Status.h"
+#include "pspice/PSpiceModelImport.h"
 
 namespace orcadx::importer {
 
@@ -113,7 +115,8 @@ host::ISch_Document* CreatePageDocument(host::IHostApplication& host, const std:
 host::ISch_Document* ImportPage(host::IHostApplication& host, dbo::TDboDesign& design, const std::string& libraryName,
                                 host::IOrcadImporterOption* options, host::ILogSection* log, const std::string& folder,
                                 host::IProject* project, exporter::TPageNameManager& pageNames,
-                                const std::string& viewName, dbo::TDboPage& page) {
+                                const std::string& viewName, dbo::TDboPage& page,
+                                pspice::TPSpiceModelImportManager* modelManager, bool* templatesImported) {
     host::ISch_Document* document = CreatePageDocument(host, folder, project, options, pageNames, viewName, page);
     if (!document) return nullptr;
     document->SetState_Enabled(false);
@@ -122,7 +125,9 @@ host::ISch_Document* ImportPage(host::IHostApplication& host, dbo::TDboDesign& d
     if (withTemplate) document->SetState_TemplateFileName(options->GetTemplateFileName());
     InBulkChange(document, [&] {
         TSCHPageImporter importer(host, &design, libraryName, options, log, &page, document, &pageNames);
+        importer.ModelManager = modelManager;
         importer.RunImport();
+        if (importer.TemplatesImported && templatesImported) *templatesImported = true;
     });
     if (auto* sheet = dynamic_cast<host::ISch_Sheet*>(document)) InBulkChange(sheet, [&] { sheet->UpdateConnectivity(); });
     host::SaveAndHideDocument(host, document);
@@ -136,6 +141,8 @@ std::string ImportDesignPage(host::IHostApplication& host, const std::string& fi
     if (host.Client()) host.Client()->StartServer("SCH");
     dbo::TDboDesign design(fileName, status, 100, log);
     if (!design.Load(false)) throw std::runtime_error("Cannot load the design " + fileName);
+    // The occurrences of the hierarchy fold into the placed objects before any page is translated.
+    TProcessHierarchy().Run(design);
     // Names in file order, as the design import gives them, so that every page keeps its name.
     exporter::TPageNameManager pageNames;
     std::pair<dbo::TDboSchematics*, dbo::TDboPage*> exact{}, byPageName{};
@@ -153,15 +160,18 @@ std::string ImportDesignPage(host::IHostApplication& host, const std::string& fi
         throw std::runtime_error("The page name " + viewAndPage + " stands in several views of " + fileName +
                                  ": give VIEW/PAGE");
     if (!found) throw std::runtime_error("The design " + fileName + " has no page " + viewAndPage);
-    // The library first: title blocks and the symbols of the native rules are its components.
-    bool templates = false;
+    // The library first: the page's parts, its title block and the symbols of the native rules are its
+    // components.
+    bool templatesImported = false;
     const std::string library =
-        ImportLibrary(host, design, options, status, 100, log, folder, project, false, templates);
-    host::ISch_Document* document =
-        ImportPage(host, design, library, options, log, folder, project, pageNames, foundView->ViewName, *found);
+        ImportLibrary(host, design, options, status, 100, log, folder, project, false, templatesImported);
+    pspice::TPSpiceModelImportManager models(&host, design.FileName, project, options, status, 0, log);
+    host::ISch_Document* document = ImportPage(host, design, library, options, log, folder, project, pageNames,
+                                               foundView->ViewName, *found, &models, &templatesImported);
     if (!library.empty()) RemoveExtentParameters(host, library);
     if (!document) throw std::runtime_error("The host made no document for the page " + viewAndPage);
     std::string path = document->GetState_DocumentName();
+    models.RunImport();
     host::CloseServerDocument(host, document);
     return path;
 }

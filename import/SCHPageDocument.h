@@ -17,6 +17,10 @@ namespace orcadx::exporter {
 class TPageNameManager;
 }
 
+namespace orcadx::pspice {
+class TPSpiceModelImportManager;
+}
+
 namespace orcadx::importer {
 
 // A view notification that carries a host rectangle: code 24 asks a document to show that area.
@@ -47,16 +51,21 @@ host::ISch_Document* CreatePageDocument(host::IHostApplication& host, const std:
                                         const std::string& viewName, dbo::TDboPage& page);
 
 // Makes the page's document and fills it with the page importer, between bulk changes; the sheet
-// is saved and hidden and stays open. Null when the host gives no document.
+// is saved and hidden and stays open. Null when the host gives no document. Placed parts are taken
+// from the library `libraryName`; `modelManager` (may be null) extracts the PSpice models they name,
+// and `templatesImported` is set when a part's PSpice template became a simulation model.
 host::ISch_Document* ImportPage(host::IHostApplication& host, dbo::TDboDesign& design, const std::string& libraryName,
                                 host::IOrcadImporterOption* options, host::ILogSection* log, const std::string& folder,
                                 host::IProject* project, exporter::TPageNameManager& pageNames,
-                                const std::string& viewName, dbo::TDboPage& page);
+                                const std::string& viewName, dbo::TDboPage& page,
+                                pspice::TPSpiceModelImportManager* modelManager = nullptr,
+                                bool* templatesImported = nullptr);
 
-// Imports one page of the design file `fileName` into a sheet in `folder`: the file is loaded, every
-// page named as the design import names them, and the page `viewAndPage` ("VIEW/PAGE"; a page
-// name alone when only one view has it) imported. Gives the document's path. Raises when the file
-// can't be loaded or has no such page.
+// Imports one page of the design file `fileName` into a sheet in `folder`: the file is loaded, its
+// hierarchy folded into the placed objects, every page named as the design import names them, the
+// design's library imported (its parts are placed from it), and the page `viewAndPage`
+// ("VIEW/PAGE"; a page name alone when only one view has it) imported. Gives the document's path.
+// Raises when the file can't be loaded or has no such page.
 std::string ImportDesignPage(host::IHostApplication& host, const std::string& fileName, const std::string& viewAndPage,
                              host::IOrcadImporterOption* options, host::IHandler_Status* status, host::ILogSection* log,
                              const std::string& folder, host::IProject* project);

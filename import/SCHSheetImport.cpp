@@ -171,14 +171,26 @@ void TSCHPageImporter::ImportList(dbo::TDboStorableList& list) {
             case dbo::kIdBookMark:
                 if (auto* mark = dynamic_cast<dbo::TDboBookMark*>(item)) made = ImportBookMark(*mark);
                 break;
+            case dbo::kIdHierarchicalBlock:
+                if (auto* block = dynamic_cast<dbo::TDboHierarchicalBlock*>(item))
+                    made = IsBundleBlock(*block) ? ImportBundleBlock(*block) : ImportSheetSymbol(*block);
+                break;
+            case dbo::kIdPart:
+                if (auto* part = dynamic_cast<dbo::TDboPart*>(item)) made = ImportPart(*part);
+                break;
             default:
-                // Placed parts and hierarchical blocks (12, 13) come with their own importers.
                 break;
         }
         if (!made) continue;
-        Document->AddSchObject(made);
+        // A placed part stands in the document already.
+        if (made->GetState_Container() != Document) Document->AddSchObject(made);
         if (native && item->ID == dbo::kIdOffPage)
             ImportOffPageLabels(static_cast<dbo::TDboOffPage&>(*item), dynamic_cast<host::ISch_Component*>(made));
+        if (auto* block = dynamic_cast<dbo::TDboHierarchicalBlock*>(item)) {
+            if (auto* bundle = dynamic_cast<host::ISch_BundleBlock*>(made)) ImportBundleEntries(*block, bundle);
+            else ImportSheetEntries(*block, dynamic_cast<host::ISch_SheetSymbol*>(made));
+            ImportObjectProperties(block, made);
+        }
     }
     std::vector<host::ISch_GraphicalObject*> junctions;
     for (int i = 0; i < list.Count(); ++i)
@@ -331,6 +343,8 @@ void TSCHPageImporter::FinishPage() {
             if (owner != 0 && owner != part) continue;
             for (auto* parameter : CollectObjects<host::ISch_Parameter>(pin, {host::eParameter})) {
                 const std::string name = parameter->GetState_Name();
+                // A pin's shown name or number without a value of its own only places the text.
+                if (parameter->GetState_Text().empty()) continue;
                 if (platform::SameTextNoCase(name, "Name") || platform::SameTextNoCase(name, "Number"))
                     pin->ApplyParameter(parameter);
             }

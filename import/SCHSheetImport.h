@@ -17,6 +17,9 @@ namespace orcadx::dbo {
 class TDboBusEntry;
 class TDboDRCMark;
 class TDboBookMark;
+class TDboHierarchicalBlock;
+class TDboPart;
+class TDboPin;
 class TDboLibSymbol;
 class TDboOffPage;
 class TDboPage;
@@ -32,6 +35,10 @@ class TDboWireBus;
 
 namespace orcadx::exporter {
 class TPageNameManager;
+}
+
+namespace orcadx::pspice {
+class TPSpiceModelImportManager;
 }
 
 namespace orcadx::importer {
@@ -79,6 +86,10 @@ public:
     bool ImportLockedJunctions = false;
     dbo::TDboPage* Page;
     exporter::TPageNameManager* PageNames;
+    // Extracts the PSpice models that placed parts name; may be null.
+    pspice::TPSpiceModelImportManager* ModelManager = nullptr;
+    // Set when a part's PSpice template became a simulation model.
+    bool TemplatesImported = false;
     std::vector<host::Coord> NoConnectPoints;
 
     void RunImport() override;
@@ -115,6 +126,33 @@ public:
     // DRC marks and bookmarks have nothing in the host: they make nothing.
     virtual host::ISch_GraphicalObject* ImportDRCMark(dbo::TDboDRCMark&) { return nullptr; }
     virtual host::ISch_GraphicalObject* ImportBookMark(dbo::TDboBookMark&) { return nullptr; }
+
+    // ----- Placed parts and hierarchical blocks (SCHSheetImportParts.cpp) -----------------------
+    // The part's library component, placed, turned, mirrored and given the part's properties. It
+    // stands in the document already; null when the library has no such component.
+    virtual host::ISch_GraphicalObject* ImportPart(dbo::TDboPart& part);
+    // The PSpice model and template of a placed part.
+    void ImportPartSimulation(dbo::TDboPart& part, host::ISch_Component* component);
+    // A block as a sheet symbol naming the documents of the view it stands for.
+    virtual host::ISch_GraphicalObject* ImportSheetSymbol(dbo::TDboHierarchicalBlock& block);
+    // The block's pins as entries of the sheet symbol (which stands in the document).
+    virtual void ImportSheetEntries(dbo::TDboHierarchicalBlock& block, host::ISch_SheetSymbol* symbol);
+    virtual host::ISch_SheetEntry* ImportSheetEntry(dbo::TDboHierarchicalBlock& block, dbo::TDboPin& pin);
+    // A block of the bundling kind as the host's bundle block with its edge.
+    virtual host::ISch_GraphicalObject* ImportBundleBlock(dbo::TDboHierarchicalBlock& block);
+    virtual void ImportBundleEntries(dbo::TDboHierarchicalBlock& block, host::ISch_BundleBlock* bundle);
+    virtual void ImportBundleEntry(host::ISch_BundleEdge* entry, dbo::TDboHierarchicalBlock& block, dbo::TDboPin& pin);
+    // Where a block's pin stands on the edge of the host's symbol: the side (0 left, 1 right, 2 top,
+    // 3 bottom) and the distance from the top (left and right sides) or from the left end.
+    // A block of the kind that bundles several connections.
+    static bool IsBundleBlock(const dbo::TDboHierarchicalBlock& block);
+    struct EdgePlace {
+        int32_t Side = 0;
+        int32_t DistanceFromTop = 0;
+    };
+    EdgePlace EdgePosition(dbo::TDboHierarchicalBlock& block, dbo::TDboPin& pin, bool bundle = false);
+    // The block's width and height in host units: its library view's when it has one.
+    void BlockSize(dbo::TDboHierarchicalBlock& block, int32_t& width, int32_t& height);
 
     // Pins of the current parts take their names and numbers from their parameters; the no-connect
     // points get their markers.
