@@ -21,15 +21,6 @@ namespace {
 using namespace orcadx::host;
 using Json = nlohmann::json;
 
-// The errors of an import but for the PSpice models it found nowhere: these imports have no
-// project, so no model file can be made.
-std::vector<std::string> ErrorsBesideMissingModels(const LogSection& log) {
-    std::vector<std::string> out;
-    for (auto& m : log.AllMessages(kLogError))
-        if (m.rfind("PSpice model not found \"", 0) != 0) out.push_back(m);
-    return out;
-}
-
 Json ReadJson(const std::filesystem::path& path) {
     std::ifstream in(path, std::ios::binary);
     return Json::parse(in);
