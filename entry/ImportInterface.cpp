@@ -10,6 +10,7 @@
 #include "platform/Status.h"
 #include "entry/TranslatorApi.h"
 #include "platform/CodePage.h"
+#include "import/SCHDesignImport.h"
 #include "import/SCHLibraryImport.h"
 
 using namespace orcadx;
@@ -18,7 +19,6 @@ namespace {
 
 std::string Narrow(const WideChar* text) { return text ? platform::Utf16ToUtf8(text) : std::string(); }
 
-const char kNotAvailable[] = "not available in this build";
 
 }  // namespace
 
@@ -33,6 +33,7 @@ bool IsValidOLB(const WideChar* FileName) { return entry::IsValidFile(Narrow(Fil
 namespace {
 
 const char kLibraryKey[] = "OrCAD.SCHLIB";
+const char kDesignKey[] = "OrCAD.SCH";
 
 // Document notifications around an import: the project's document with 47 and 48, none with 7 and 6.
 void Notify(host::IHostApplication& app, int32_t code, host::IProject* project) {
@@ -71,18 +72,6 @@ std::string MessageOf(std::exception_ptr failure) {
     }
 }
 
-// The design import of a library file (share 50 of the progress): a library file has no views, so
-// the design import makes no sheet from it and imports no template. The design import driver
-// takes this place once it exists.
-void ImportDesignOfLibrary(host::IHostApplication&, dbo::TDboDesign&, const std::string& /*libraryPath*/,
-                           host::IOrcadImporterOption*, host::IHandler_Status*, int32_t /*progress*/,
-                           host::ILogSection*, const std::string& /*folder*/, host::IProject*,
-                           bool& /*templatesImported*/) {}
-
-// The design side of AnalyzeDSN: the documents of the pages and the models the parts name. The
-// design import driver takes this place once it exists; until then the analysis names the library.
-void AnalyzeDesign(dbo::TDboDesign&, host::IStringList* /*analysis*/, host::IStringList* /*analysisDetail*/) {}
-
 // AnalyzeDSN and AnalyzeOLB after their file test: what an import would make, without making it.
 // Every failure is swallowed; the lists may then be partial.
 void Analyze(const std::string& fileName, bool library, host::IHandler_Status* Status, host::IStringList* Analysis,
@@ -100,7 +89,7 @@ void Analyze(const std::string& fileName, bool library, host::IHandler_Status* S
             status.Range(100);
             if (design->Load(false)) {
                 importer::AnalyzeLibrary(*design, Analysis, library ? AnalysisDetail : nullptr);
-                if (!library) AnalyzeDesign(*design, Analysis, AnalysisDetail);
+                if (!library) importer::AnalyzeDesign(*design, Analysis, AnalysisDetail);
             }
             status.Complete();
         } catch (...) {
@@ -136,8 +125,8 @@ void ImportLibraryFile(host::IHostApplication& app, const std::string& fileName,
             if (TemplatesImported) *TemplatesImported = templates ? 1 : 0;
             if (!library.empty()) {
                 bool designTemplates = false;
-                ImportDesignOfLibrary(app, *design, library, Options, Status, 50, Log, folder, Project,
-                                      designTemplates);
+                importer::ImportDesign(app, *design, library, Options, Status, 50, Log, folder, Project,
+                                       designTemplates);
                 importer::RemoveExtentParameters(app, library);
             }
         }
@@ -170,6 +159,50 @@ void ImportLibraryFile(host::IHostApplication& app, const std::string& fileName,
     }
 }
 
+// The design import behind ImportDSN, after its file test: the library first, then every page,
+// then the library loses its extent parameters. Every failure ends in the log and the analytics.
+void ImportDesignFile(host::IHostApplication& app, const std::string& fileName, host::IOrcadImporterOption* Options,
+                      host::IHandler_Status* Status, host::ILogSection* Log, const std::string& folder,
+                      host::IProject* Project, uint8_t* TemplatesImported) {
+    platform::AnalyticsStart(kDesignKey);
+    std::unique_ptr<dbo::TDboDesign> design;
+    platform::StatusReporter status(Status);
+    try {
+        EnsureSchServer(app);
+        NotifyStart(app, Project);
+        status.Begin();
+        design = std::make_unique<dbo::TDboDesign>(fileName, Status, 100, Log);
+        status.Range(300);
+        if (design->Load(false)) {
+            bool libraryTemplates = false;
+            std::string library = importer::ImportLibrary(app, *design, Options, Status, 100, Log, folder, Project,
+                                                          false, libraryTemplates);
+            bool templates = false;
+            importer::ImportDesign(app, *design, library, Options, Status, 100, Log, folder, Project, templates);
+            if (TemplatesImported) *TemplatesImported = templates ? 1 : 0;
+            if (!library.empty()) importer::RemoveExtentParameters(app, library);
+            if (Options && Options->GetClearPreference())
+                if (host::ISch_ServerInterface* server = app.SchServer())
+                    if (host::ISch_Preferences* preferences = server->GetPreferences())
+                        preferences->SetState_BooleanPreference("AutoJunctions", false);
+        }
+        status.Complete();
+        status.End();
+        platform::AnalyticsSuccess(kDesignKey, design->PageCount());
+        design.reset();
+        NotifyEnd(app, Project);
+    } catch (...) {
+        std::exception_ptr failure = std::current_exception();
+        design.reset();
+        NotifyEnd(app, Project);
+        try {
+            platform::LogMessage(Log, host::kLogError, MessageOf(failure));
+        } catch (...) {
+        }
+        platform::AnalyticsFailure(kDesignKey);
+    }
+}
+
 }  // namespace
 
 bool AnalyzeDSN(const WideChar* FileName, host::IHandler_Status* Status, host::IStringList* Analysis,
@@ -186,13 +219,19 @@ bool AnalyzeOLB(const WideChar* FileName, host::IHandler_Status* Status, host::I
     return true;
 }
 
-void ImportDSN(const WideChar* FileName, host::IOrcadImporterOption*, host::IHandler_Status*, host::ILogSection* Log,
-               const WideChar*, host::IProject*, uint8_t*) {
+void ImportDSN(const WideChar* FileName, host::IOrcadImporterOption* Options, host::IHandler_Status* Status,
+               host::ILogSection* Log, const WideChar* OutputFolder, host::IProject* Project,
+               uint8_t* TemplatesImported) {
     if (!IsValidDSN(FileName)) return;
-    try {
-        platform::LogMessage(Log, host::kLogError, std::string("Design import: ") + kNotAvailable);
-    } catch (...) {
+    host::IHostApplication* app = entry::HostApplication();
+    if (!app) {
+        try {
+            platform::LogMessage(Log, host::kLogError, "Design import: no host application is registered");
+        } catch (...) {
+        }
+        return;
     }
+    ImportDesignFile(*app, Narrow(FileName), Options, Status, Log, Narrow(OutputFolder), Project, TemplatesImported);
 }
 
 void ImportOLB(const WideChar* FileName, host::IOrcadImporterOption* Options, host::IHandler_Status* Status,

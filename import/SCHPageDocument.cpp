@@ -116,7 +116,8 @@ host::ISch_Document* ImportPage(host::IHostApplication& host, dbo::TDboDesign& d
                                 host::IOrcadImporterOption* options, host::ILogSection* log, const std::string& folder,
                                 host::IProject* project, exporter::TPageNameManager& pageNames,
                                 const std::string& viewName, dbo::TDboPage& page,
-                                pspice::TPSpiceModelImportManager* modelManager, bool* templatesImported) {
+                                pspice::TPSpiceModelImportManager* modelManager, bool* templatesImported,
+                                const std::function<void(host::ISch_Sheet*)>& afterUpdate) {
     host::ISch_Document* document = CreatePageDocument(host, folder, project, options, pageNames, viewName, page);
     if (!document) return nullptr;
     document->SetState_Enabled(false);
@@ -129,7 +130,11 @@ host::ISch_Document* ImportPage(host::IHostApplication& host, dbo::TDboDesign& d
         importer.RunImport();
         if (importer.TemplatesImported && templatesImported) *templatesImported = true;
     });
-    if (auto* sheet = dynamic_cast<host::ISch_Sheet*>(document)) InBulkChange(sheet, [&] { sheet->UpdateConnectivity(); });
+    if (auto* sheet = dynamic_cast<host::ISch_Sheet*>(document))
+        InBulkChange(sheet, [&] {
+            sheet->UpdateConnectivity();
+            if (afterUpdate) afterUpdate(sheet);
+        });
     host::SaveAndHideDocument(host, document);
     document->SetState_Enabled(true);
     return document;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "host/ClientInterfaces.h"
@@ -54,12 +55,14 @@ host::ISch_Document* CreatePageDocument(host::IHostApplication& host, const std:
 // is saved and hidden and stays open. Null when the host gives no document. Placed parts are taken
 // from the library `libraryName`; `modelManager` (may be null) extracts the PSpice models they name,
 // and `templatesImported` is set when a part's PSpice template became a simulation model.
+// `afterUpdate` runs on the sheet after its connectivity update, within a bulk change.
 host::ISch_Document* ImportPage(host::IHostApplication& host, dbo::TDboDesign& design, const std::string& libraryName,
                                 host::IOrcadImporterOption* options, host::ILogSection* log, const std::string& folder,
                                 host::IProject* project, exporter::TPageNameManager& pageNames,
                                 const std::string& viewName, dbo::TDboPage& page,
                                 pspice::TPSpiceModelImportManager* modelManager = nullptr,
-                                bool* templatesImported = nullptr);
+                                bool* templatesImported = nullptr,
+                                const std::function<void(host::ISch_Sheet*)>& afterUpdate = {});
 
 // Imports one page of the design file `fileName` into a sheet in `folder`: the file is loaded, its
 // hierarchy folded into the placed objects, every page named as the design import names them, the

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,6 +18,7 @@
 #include "host/ClientServices.h"
 #include "host/HostApplication.h"
 #include "host/HostSupport.h"
+#include "platform/CompoundFile.h"
 
 namespace orcadx::test {
 
@@ -62,6 +64,42 @@ inline std::vector<std::string> ErrorsBesideMissingModels(const host::LogSection
 inline std::vector<std::string> SampleTemplatePinErrors() {
     return {"Could not map PSpice template pin \"A\" on component \"MLED81_1\"",
             "Could not map PSpice template pin \"C\" on component \"MLED81_1\""};
+}
+
+// Copies a compound file, leaving out the entry at `skip` ("Packages Directory", "Packages/X");
+// `change`, when given, may alter the bytes of each stream copied (by its path).
+inline void CopyCompoundFile(const std::filesystem::path& from, const std::filesystem::path& to, const std::string& skip,
+                             const std::function<void(const std::string&, std::vector<uint8_t>&)>& change = {}) {
+    std::unique_ptr<platform::CfbStorage> in, out;
+    ASSERT_EQ(platform::OpenStorageFile(from.string(), 0, &in), 0);
+    ASSERT_EQ(platform::CreateStorageFile(to.string(), 0, &out), 0);
+    std::function<void(platform::CfbStorage&, platform::CfbStorage&, const std::string&)> copy =
+        [&](platform::CfbStorage& src, platform::CfbStorage& dst, const std::string& prefix) {
+            for (const auto& entry : src.List()) {
+                std::string path = prefix + entry.name;
+                if (path == skip) continue;
+                if (entry.isStorage) {
+                    std::unique_ptr<platform::CfbStorage> a, b;
+                    ASSERT_EQ(src.OpenStorage(entry.name, 0, &a), 0);
+                    ASSERT_EQ(dst.CreateStorage(entry.name, 0, &b), 0);
+                    copy(*a, *b, path + "/");
+                } else {
+                    std::unique_ptr<platform::CfbStream> a, b;
+                    ASSERT_EQ(src.OpenStream(entry.name, 0, &a), 0);
+                    ASSERT_EQ(dst.CreateStream(entry.name, 0, &b), 0);
+                    std::vector<uint8_t> all, bytes(1 << 16);
+                    uint32_t n = 0;
+                    while (a->Read(bytes.data(), static_cast<uint32_t>(bytes.size()), &n) == 0 && n > 0)
+                        all.insert(all.end(), bytes.begin(), bytes.begin() + n);
+                    if (change) change(path, all);
+                    uint32_t written = 0;
+                    if (!all.empty()) {
+                        ASSERT_EQ(b->Write(all.data(), static_cast<uint32_t>(all.size()), &written), 0);
+                    }
+                }
+            }
+        };
+    copy(*in, *out, "");
 }
 
 // The direct children of a container of one kind (0: of every kind), in order.

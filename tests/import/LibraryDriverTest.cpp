@@ -4,13 +4,11 @@
 
 #include <algorithm>
 #include <fstream>
-#include <functional>
 #include <iterator>
 
 #include "ImportTestSupport.h"
 #include "entry/TranslatorApi.h"
 #include "platform/CodePage.h"
-#include "platform/CompoundFile.h"
 
 namespace orcadx::test {
 namespace {
@@ -26,37 +24,6 @@ std::string ReadFile(const std::filesystem::path& path) {
 
 bool Has(const std::vector<std::string>& list, const std::string& item) {
     return std::find(list.begin(), list.end(), item) != list.end();
-}
-
-// Copies a compound file, leaving out the entry at `skip` ("Packages Directory", "Packages/X").
-void CopyCompoundFile(const std::filesystem::path& from, const std::filesystem::path& to, const std::string& skip) {
-    std::unique_ptr<platform::CfbStorage> in, out;
-    ASSERT_EQ(platform::OpenStorageFile(from.string(), 0, &in), 0);
-    ASSERT_EQ(platform::CreateStorageFile(to.string(), 0, &out), 0);
-    std::function<void(platform::CfbStorage&, platform::CfbStorage&, const std::string&)> copy =
-        [&](platform::CfbStorage& src, platform::CfbStorage& dst, const std::string& prefix) {
-            for (const auto& entry : src.List()) {
-                std::string path = prefix + entry.name;
-                if (path == skip) continue;
-                if (entry.isStorage) {
-                    std::unique_ptr<platform::CfbStorage> a, b;
-                    ASSERT_EQ(src.OpenStorage(entry.name, 0, &a), 0);
-                    ASSERT_EQ(dst.CreateStorage(entry.name, 0, &b), 0);
-                    copy(*a, *b, path + "/");
-                } else {
-                    std::unique_ptr<platform::CfbStream> a, b;
-                    ASSERT_EQ(src.OpenStream(entry.name, 0, &a), 0);
-                    ASSERT_EQ(dst.CreateStream(entry.name, 0, &b), 0);
-                    std::vector<uint8_t> bytes(1 << 16);
-                    uint32_t n = 0;
-                    while (a->Read(bytes.data(), static_cast<uint32_t>(bytes.size()), &n) == 0 && n > 0) {
-                        uint32_t written = 0;
-                        ASSERT_EQ(b->Write(bytes.data(), n, &written), 0);
-                    }
-                }
-            }
-        };
-    copy(*in, *out, "");
 }
 
 class LibraryDriverTest : public ::testing::Test {

@@ -1,0 +1,127 @@
+// ImportDSN and AnalyzeDSN through the exported functions on the sample design: status, progress,
+// notifications, analytics, the project made, and the failures.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+
+#include "ImportTestSupport.h"
+#include "entry/TranslatorApi.h"
+#include "platform/CodePage.h"
+
+namespace orcadx::test {
+namespace {
+
+using namespace orcadx::host;
+namespace fs = std::filesystem;
+
+std::u16string Wide(const fs::path& p) { return platform::Utf8ToUtf16(p.string()); }
+
+bool Has(const std::vector<std::string>& list, const std::string& item) {
+    return std::find(list.begin(), list.end(), item) != list.end();
+}
+
+const fs::path& SampleDesign() {
+    static const fs::path file =
+        fs::path(ORCADX_SOURCE_DIR) / "examples" / "Series-Regulator" / "P1_Olteanu_Rares.dsn";
+    return file;
+}
+
+class DesignDriverTest : public ::testing::Test {
+protected:
+    DesignDriverTest()
+        : folder(ScratchDir(::testing::UnitTest::GetInstance()->current_test_info()->name())),
+          app(ImportHostOptions(folder)) {
+        RegisterHost(&app);
+        fs::create_directories(folder / "out");
+        project = app.CreateProject((folder / "out" / "P1.VsProj").string());
+    }
+    ~DesignDriverTest() override { RegisterHost(nullptr); }
+
+    void Import(const fs::path& file, const fs::path& out) {
+        ImportDSN(Wide(file).c_str(), &options, &status, &log, Wide(out).c_str(), project, &templates);
+    }
+
+    std::vector<std::string> ProjectFiles() {
+        std::vector<std::string> out;
+        for (int32_t i = 0; i < project->GetDocumentCount(); ++i) out.push_back(project->GetDocument(i)->GetFileName());
+        return out;
+    }
+
+    fs::path folder;
+    HostApplication app;
+    ImporterOptions options;
+    ProgressRecorder status;
+    LogSection log;
+    IProject* project = nullptr;
+    uint8_t templates = 7;
+};
+
+}  // namespace
+
+TEST_F(DesignDriverTest, ADesignImportsWithItsStatusNotificationsAnalyticsAndProject) {
+    options.clearPreference = true;
+    app.StartSchServer()->GetPreferences()->SetState_BooleanPreference("AutoJunctions", true);
+    Import(SampleDesign(), folder / "out");
+    EXPECT_EQ(templates, 1);
+    EXPECT_EQ(status.range, 300);
+    EXPECT_TRUE(status.completed);
+    EXPECT_EQ(status.depth, 0);
+    EXPECT_LE(status.Sum(), 300);
+    EXPECT_TRUE(Has(status.titles, "Importing Design"));
+    EXPECT_TRUE(Has(status.lines, "Importing View SCHEMATIC2 of Page VREF_TEST"));
+    const std::string projectPath = project->GetProjectDocument()->GetFullPath();
+    // The document notifications around the import; between them each page asks to be shown whole.
+    const std::string out = (folder / "out").string() + "/";
+    EXPECT_EQ(app.NotificationLog(),
+              (std::vector<std::string>{"47 " + projectPath, "7 -", "24 " + out + "FINAL.SchDoc",
+                                        "24 " + out + "ERS_Complet.SchDoc", "24 " + out + "VREF_TEST.SchDoc",
+                                        "24 " + out + "BUCLA_DESCHISA.SchDoc", "6 -", "48 " + projectPath}));
+    auto analytics = app.AnalyticsLog();
+    EXPECT_TRUE(Has(analytics, "SetIntegerValue Importers OrCAD.SCH.Project.Count.Files.SCH 4"));
+    EXPECT_TRUE(Has(analytics, "SetBooleanValue Importers OrCAD.SCH.Success true"));
+    EXPECT_FALSE(app.SchServer()->GetPreferences()->GetState_BooleanPreference("AutoJunctions"));
+    auto files = ProjectFiles();
+    for (const char* page : {"FINAL.SchDoc", "ERS_Complet.SchDoc", "VREF_TEST.SchDoc", "BUCLA_DESCHISA.SchDoc"}) {
+        EXPECT_EQ(std::count(files.begin(), files.end(), page), 1) << page;
+        EXPECT_TRUE(fs::exists(folder / "out" / page)) << page;
+    }
+    EXPECT_TRUE(Has(files, "P1_Olteanu_Rares_Library.SchLib"));
+    EXPECT_EQ(ErrorsBesideMissingModels(log), SampleTemplatePinErrors());
+
+    // The analysis names the same documents, pages in file order (the import sorts the views), and
+    // the models of the parts.
+    StringList analysis, detail;
+    ProgressRecorder analysisStatus;
+    EXPECT_TRUE(AnalyzeDSN(Wide(SampleDesign()).c_str(), &analysisStatus, &analysis, &detail));
+    EXPECT_EQ(analysis.items,
+              (std::vector<std::string>{"P1_Olteanu_Rares_Library.SchLib", "BUCLA_DESCHISA.SchDoc", "FINAL.SchDoc",
+                                        "ERS_Complet.SchDoc", "VREF_TEST.SchDoc"}));
+    EXPECT_TRUE(Has(detail.items, "QBC846B"));
+    EXPECT_EQ(analysisStatus.depth, 0);
+}
+
+TEST_F(DesignDriverTest, FailuresEndInTheLogAndAMissingFileDoesNothing) {
+    // A file where the output folder should be: the host cannot make the documents.
+    std::ofstream(folder / "blocked") << "x";
+    Import(SampleDesign(), folder / "blocked");
+    auto errors = log.AllMessages(kLogError);
+    ASSERT_FALSE(errors.empty());
+    EXPECT_NE(errors.back().find("Cannot create document from file"), std::string::npos) << errors.back();
+    EXPECT_TRUE(Has(app.AnalyticsLog(), "SetBooleanValue Importers OrCAD.SCH.Success false"));
+    EXPECT_EQ(app.NotificationLog().back(), "48 " + project->GetProjectDocument()->GetFullPath());  // all the same
+    EXPECT_TRUE(app.ErrorBoxLog().empty());
+    EXPECT_EQ(templates, 7);
+
+    const size_t notifications = app.NotificationLog().size();
+    Import(folder / "missing.DSN", folder / "out");
+    EXPECT_EQ(app.NotificationLog().size(), notifications);
+    EXPECT_EQ(templates, 7);
+    // Without a registered host the import says so in the log.
+    RegisterHost(nullptr);
+    LogSection log2;
+    ImportDSN(Wide(SampleDesign()).c_str(), &options, nullptr, &log2, Wide(folder / "out").c_str(), nullptr, nullptr);
+    EXPECT_EQ(log2.AllMessages(kLogError).size(), 1u);
+}
+
+}  // namespace orcadx::test
