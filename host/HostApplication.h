@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "host/ClientInterfaces.h"
+#include "host/Netlist.h"
 
 namespace orcadx::host {
 
@@ -73,5 +74,10 @@ private:
 // Writes the host's library of standard Capture symbols (power, port and off-page symbols under
 // their Capture names) to `path`.
 void WriteStandardSymbolLibrary(HostApplication& app, const std::string& path);
+
+// The netlist of the sheets of a project, hierarchy flattened (the rules are those of
+// impl::CompileNetlist in host/Connectivity.h). Open documents are read as they stand, the others
+// are opened from their files; a sheet that can't be read is named in the netlist's problems.
+Netlist CompileProjectNetlist(HostApplication& app, IProject& project);
 
 }  // namespace orcadx::host

@@ -13,6 +13,11 @@ inline std::filesystem::path CorpusDir() { return std::filesystem::path(ORCADX_C
 
 inline bool HaveCorpus() { return std::filesystem::is_directory(CorpusDir()); }
 
+// Capture designs with the netlists Capture wrote for them (see its SOURCES.md).
+inline std::filesystem::path NetlistsDir() { return std::filesystem::path(ORCADX_NETLISTS_DIR); }
+// Reference documents, such as the printed schematic of a sample design.
+inline std::filesystem::path ReferenceDir() { return std::filesystem::path(ORCADX_REFERENCE_DIR); }
+
 // Every file below the corpus whose extension (any case) is one of `exts` (".dsn", ".olb", ...),
 // sorted by path.
 std::vector<std::filesystem::path> CorpusFiles(const std::vector<std::string>& exts);
@@ -26,4 +31,10 @@ std::filesystem::path ScratchDir(const std::string& name);
     do {                                                                                 \
         if (!::orcadx::test::HaveCorpus())                                               \
             GTEST_SKIP() << "sample files not found at " << ::orcadx::test::CorpusDir(); \
+    } while (0)
+
+#define ORCADX_REQUIRE_NETLISTS()                                                                     \
+    do {                                                                                              \
+        if (!std::filesystem::is_directory(::orcadx::test::NetlistsDir()))                            \
+            GTEST_SKIP() << "designs with netlists not found at " << ::orcadx::test::NetlistsDir(); \
     } while (0)

@@ -439,3 +439,82 @@ TEST(CommandLine, ImportOfOnePage) {
     EXPECT_EQ(r.code, 2);
     EXPECT_NE(r.err.find("--page needs a design"), std::string::npos) << r.err;
 }
+
+namespace {
+
+// A host project of one sheet, written as the host's files: R1 and R2 (10k, R0603) joined at pin 1
+// by a wire labelled SIG, R1.2 on a GND power object, R2.2 touching nothing. A second sheet names
+// a document that is not in the project.
+fs::path WriteSmallProject(const fs::path& dir, bool withMissingSheet) {
+    auto part = [](const std::string& designator, int x) {
+        std::string pins;
+        for (int i = 0; i < 2; ++i)
+            pins += std::string(i ? "," : "") + R"({"kind":37,"props":{"Designator":")" + std::to_string(i + 1) +
+                    R"(","Name":"P","PinLength":0,"OwnerPartId":1,"Location":[)" + std::to_string(x) + "," +
+                    std::to_string(-1000000 * i) + "]}}";
+        return R"({"kind":26,"props":{"LibReference":"RES","CurrentPartId":1,"PartCount":1,"Location":[)" +
+               std::to_string(x) + R"(,0]},"children":[{"kind":28,"props":{"Text":")" + designator +
+               R"("}},{"kind":27,"props":{"Name":"Comment","Text":"10k"}},{"kind":27,"props":{"Name":"PCB Footprint","Text":"R0603"}},)" +
+               pins + "]}";
+    };
+    std::string sheet = R"({"document":{"kind":31,"props":{},"children":[)" + part("R1", 0) + "," + part("R2", 5000000) +
+                        R"(,{"kind":19,"props":{"Vertices":[[0,0],[5000000,0]]}},)" +
+                        R"({"kind":24,"props":{"Text":"SIG","Location":[2000000,0]}},)" +
+                        R"({"kind":39,"props":{"Text":"GND","Location":[0,-1000000]}}]},"format":"VantorSchDoc","version":1})";
+    std::ofstream(dir / "Main.SchDoc") << sheet;
+    std::string documents = R"("Main.SchDoc")";
+    if (withMissingSheet) {
+        std::ofstream(dir / "Top.SchDoc")
+            << R"({"document":{"kind":31,"props":{},"children":[{"kind":41,"props":{"Location":[0,0]},"children":[)"
+            << R"({"kind":32,"props":{"Text":"BLK"}},{"kind":36,"props":{"Text":"Gone.SchDoc"}}]}]},"format":"VantorSchDoc","version":1})";
+        documents += R"(,"Top.SchDoc")";
+    }
+    fs::path project = dir / (withMissingSheet ? "Broken.VsProj" : "Small.VsProj");
+    std::ofstream(project) << R"({"documents":[)" << documents << R"(],"format":"VantorProject","version":1})";
+    return project;
+}
+
+}  // namespace
+
+TEST(NetlistCommand, WritesEveryFormatOfAProjectAndItsBillOfMaterials) {
+    auto dir = test::ScratchDir("cli-netlist");
+    const std::string project = Quote(WriteSmallProject(dir, false));
+    std::ofstream(dir / "notes.txt") << "text\n";
+    std::ofstream(dir / "notes.DSN") << "text\n";
+    std::ofstream(dir / "bad.VsProj") << "{ not json";
+    struct Case {
+        std::string args;
+        int code;
+        std::string out, err;
+    };
+    const std::vector<Case> cases = {
+        {"netlist " + project + " --format json", 0, "\"name\": \"SIG\"", ""},
+        {"netlist " + project + " --format kicad", 0, "(net (code \"1\") (name \"GND\")", ""},
+        {"netlist " + project + " --format kicad -o " + Quote(dir / "small.net"), 0, "", ""},
+        {"netlist " + project + " -q -o " + Quote(dir / "allegro"), 0, "", ""},
+        {"netlist " + project + " --format xml", 2, "", "--format"},
+        {"netlist " + Quote(dir / "notes.txt"), 2, "", "the name must end in .DSN or .VsProj"},
+        {"netlist " + Quote(dir / "missing.VsProj"), 1, "", "does not exist"},
+        {"netlist " + Quote(dir / "bad.VsProj"), 1, "", "is not a project file"},
+        {"netlist " + Quote(dir / "notes.DSN"), 1, "", "is not a valid Capture design"},
+        {"netlist " + Quote(WriteSmallProject(dir, true)) + " --format json", 0, "\"name\": \"SIG\"",
+         "warning: Sheet symbol BLK on Top.SchDoc names Gone.SchDoc, which is not a sheet of the project"},
+        {"bom " + project, 0, "Item,Quantity,Reference,Value,Part,Footprint\r\n1,2,\"R1, R2\",10k,RES,R0603\r\n", ""},
+        {"bom " + project + " --format json", 0, "\"designators\": [\n        \"R1\",\n        \"R2\"\n      ]", ""},
+        {"bom " + project + " --format xls", 2, "", "--format"},
+        {"bom", 2, "", "file is required"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.args);
+        Result r = RunOrcadx(c.args);
+        EXPECT_EQ(r.code, c.code) << r.out << r.err;
+        EXPECT_NE(r.out.find(c.out), std::string::npos) << r.out;
+        EXPECT_NE(r.err.find(c.err), std::string::npos) << r.err;
+    }
+    EXPECT_EQ(Slurp(dir / "small.net").rfind("(export (version \"E\")", 0), 0u);
+    std::string nets = Slurp(dir / "allegro" / "pstxnet.dat");
+    EXPECT_NE(nets.find("NET_NAME\n'SIG'\n"), std::string::npos) << nets;
+    EXPECT_NE(nets.find("'NC'\n 'NC':\n C_SIGNAL='NC';\nNODE_NAME\tR2 2\n"), std::string::npos) << nets;
+    EXPECT_NE(Slurp(dir / "allegro" / "pstxprt.dat").find("PART_NAME\n R2 'RES_R0603_10K':;"), std::string::npos);
+    EXPECT_NE(Slurp(dir / "allegro" / "pstchip.dat").find("primitive 'RES_R0603_10K';"), std::string::npos);
+}

@@ -1,0 +1,186 @@
+// The netlists that Capture wrote for six real designs: read with the counts their sources give,
+// written back through the Allegro writer without a difference, and, once a design imports into a
+// project, compared with the netlist of the imported project net by net. The bill of materials of
+// the BeagleBone Black against the designators of its printed schematic.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <iostream>
+#include <map>
+#include <optional>
+#include <regex>
+#include <set>
+
+#include "NetlistSupport.h"
+#include "TestSupport.h"
+#include "entry/TranslatorApi.h"
+#include "export/AllegroNetlist.h"
+#include "export/BillOfMaterials.h"
+#include "host/HostApplication.h"
+#include "host/HostSupport.h"
+#include "platform/CodePage.h"
+
+namespace {
+
+using namespace orcadx;
+namespace fs = std::filesystem;
+
+struct Design {
+    std::string Folder;   // below the netlists folder
+    std::string Dsn;      // below Folder
+    std::string Netlist;  // folder of the three files, below Folder
+    size_t Nets, Parts, Sections, Nodes;
+};
+
+// The designs and the counts of their netlists as the folder's SOURCES.md gives them.
+const std::vector<Design> kDesigns{
+    {"ECE424_PCBs", "SimplePCB/SIMPLEBOARD.DSN", "SimplePCB/allegro", 16, 7, 14, 34},
+    {"Stereo", "Schematic/STEREO.dsn", "Schematic/allegro", 184, 215, 215, 869},
+    {"OnyxPSU", "ONYXPSU.DSN", "allegro", 116, 149, 149, 559},
+    {"1-16_RF_PWR_DIV", "1-16_POWER_SPLITTER.DSN", "allegro", 32, 47, 47, 188},
+    {"TMAControl-CClient", "hardware/TMAControl.dsn", "hardware/allegro", 10, 6, 6, 54},
+    {"Proiect-CEF-Amplificator-", "PROIECT_CEF_OK.DSN", ".", 28, 37, 37, 85},
+};
+
+fs::path NetlistFolder(const Design& d) { return test::NetlistsDir() / d.Folder / d.Netlist; }
+
+TEST(CaptureNetlists, ReadWithTheCountsOfTheirSources) {
+    ORCADX_REQUIRE_NETLISTS();
+    for (const Design& d : kDesigns) {
+        SCOPED_TRACE(d.Folder);
+        exporter::AllegroNetlist n = exporter::LoadAllegroNetlist(NetlistFolder(d));
+        size_t sections = 0, nodes = 0;
+        for (const auto& p : n.Packages) sections += p.Sections.size();
+        for (const auto& net : n.Nets) nodes += net.Nodes.size();
+        EXPECT_EQ(n.Nets.size(), d.Nets);
+        EXPECT_EQ(n.Packages.size(), d.Parts);
+        EXPECT_EQ(sections, d.Sections);
+        EXPECT_EQ(nodes, d.Nodes);
+        EXPECT_EQ(exporter::CompareAllegroNetlists(n, n), std::vector<std::string>{});
+        if (d.Folder == "ECE424_PCBs") {
+            // The gates' power pins stand only in their library parts.
+            std::map<std::string, std::vector<std::pair<std::string, std::string>>> power;
+            for (const auto& p : n.Primitives) power[p.Name] = p.PowerPins;
+            EXPECT_EQ(power["7486_DIP14_3_7486"], (std::vector<std::pair<std::string, std::string>>{{"VCC", "14"}, {"GND", "7"}}));
+        }
+    }
+}
+
+TEST(CaptureNetlists, WrittenBackThroughTheWriterTheyKeepEveryNet) {
+    ORCADX_REQUIRE_NETLISTS();
+    for (const Design& d : kDesigns) {
+        SCOPED_TRACE(d.Folder);
+        exporter::AllegroNetlist capture = exporter::LoadAllegroNetlist(NetlistFolder(d));
+        host::Netlist netlist = test::FromAllegro(capture, d.Folder);
+        exporter::AllegroNetlist ours =
+            exporter::ReadAllegroNetlist(exporter::WriteAllegroNetlist(netlist, {"orcadx", "Jan-01-2024", "00:00:00"}));
+        EXPECT_EQ(exporter::CompareAllegroNetlists(capture, ours), std::vector<std::string>{});
+        EXPECT_EQ(ours.Packages.size(), capture.Packages.size());
+    }
+}
+
+// The netlist of a design imported into a project in `folder`; nothing when the import made no
+// sheets, with the reason in `why`.
+std::optional<host::Netlist> ImportedNetlist(const fs::path& dsn, const fs::path& folder, std::string& why) {
+    host::HostOptions options;
+    options.Seed = 5;
+    options.SettingsFolder = (folder / "settings").string();
+    options.TemplatesFolder = (folder / "templates").string();
+    host::HostApplication app(options);
+    RegisterHost(&app);
+    host::IProject* project = app.CreateProject((folder / (dsn.stem().string() + ".VsProj")).string());
+    host::LogSection log;
+    host::ImporterOptions importOptions;
+    uint8_t templates = 0;
+    std::u16string file = platform::Utf8ToUtf16(dsn.string()), out = platform::Utf8ToUtf16(folder.string());
+    ImportDSN(file.c_str(), &importOptions, nullptr, &log, out.c_str(), project, &templates);
+    RegisterHost(nullptr);
+    bool sheets = false;
+    for (int32_t i = 0; i < project->GetDocumentCount(); ++i) sheets |= project->GetDocument(i)->GetDocumentKind() == "SCH";
+    if (!sheets) {
+        for (const std::string& m : log.AllMessages(host::kLogError)) why += m + " ";
+        return std::nullopt;
+    }
+    return host::CompileProjectNetlist(app, *project);
+}
+
+TEST(CaptureNetlists, ImportedDesignsGiveCapturesNets) {
+    ORCADX_REQUIRE_NETLISTS();
+    size_t designs = 0, differences = 0;
+    for (const Design& d : kDesigns) {
+        SCOPED_TRACE(d.Folder);
+        std::string why;
+        std::optional<host::Netlist> netlist =
+            ImportedNetlist(test::NetlistsDir() / d.Folder / d.Dsn, test::ScratchDir("netlist_corpus_" + d.Folder), why);
+        if (!netlist) GTEST_SKIP() << "the design import makes no sheets in this build: " << why;
+        ++designs;
+        exporter::AllegroNetlist capture = exporter::LoadAllegroNetlist(NetlistFolder(d));
+        exporter::AllegroNetlist ours =
+            exporter::ReadAllegroNetlist(exporter::WriteAllegroNetlist(*netlist, {"orcadx", "Jan-01-2024", "00:00:00"}));
+        std::vector<std::string> diff = exporter::CompareAllegroNetlists(capture, ours);
+        for (const std::string& p : netlist->Problems) std::cout << "[ problem  ] " << d.Folder << ": " << p << "\n";
+        for (const std::string& line : diff) std::cout << "[ differs  ] " << d.Folder << ": " << line << "\n";
+        std::cout << "[ netlist  ] " << d.Folder << ": " << capture.Nets.size() << " nets of Capture, " << diff.size()
+                  << " differences\n";
+        differences += diff.size();
+        EXPECT_TRUE(diff.empty()) << diff.size() << " differences";
+    }
+    EXPECT_EQ(designs, kDesigns.size());
+    EXPECT_EQ(differences, 0u);
+}
+
+// The words of a page of the printed schematic that read like designators: capitals, then digits.
+std::set<std::string> PrintedDesignators(const fs::path& pdf) {
+    std::set<std::string> out;
+    std::string command = "pdftotext -layout '" + pdf.string() + "' - 2>/dev/null";
+    FILE* pipe = popen(command.c_str(), "r");
+    if (!pipe) return out;
+    std::string text;
+    char buffer[65536];
+    for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) text.append(buffer, n);
+    pclose(pipe);
+    static const std::regex word("[A-Z]{1,3}[0-9]{1,4}");
+    for (auto it = std::sregex_iterator(text.begin(), text.end(), word); it != std::sregex_iterator(); ++it) {
+        size_t at = static_cast<size_t>(it->position()), end = at + it->length();
+        auto part = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '/'; };
+        if ((at > 0 && part(text[at - 1])) || (end < text.size() && part(text[end]))) continue;
+        out.insert(it->str());
+    }
+    return out;
+}
+
+TEST(CaptureNetlists, BillOfMaterialsOfTheBeagleBoneListsEveryPrintedDesignatorOnce) {
+    ORCADX_REQUIRE_CORPUS();
+    fs::path pdf = test::ReferenceDir() / "BBB_SCH.pdf";
+    if (!fs::exists(pdf)) GTEST_SKIP() << "printed schematic not found at " << pdf;
+    std::string why;
+    std::optional<host::Netlist> netlist =
+        ImportedNetlist(test::CorpusDir() / "BEAGLEBONEBLK_C3.DSN", test::ScratchDir("netlist_bbb"), why);
+    if (!netlist) GTEST_SKIP() << "the design import makes no sheets in this build: " << why;
+    std::set<std::string> printed = PrintedDesignators(pdf);
+    ASSERT_GT(printed.size(), 100u) << "pdftotext (poppler-utils) gave no text";
+
+    // Every designator once in the BOM; pin numbers of the parts (BGA balls such as C3) read like
+    // designators in print, so the printed words are matched against the BOM's prefixes.
+    std::map<std::string, int> listed;
+    std::set<std::string> prefixes, pinNumbers;
+    for (const auto& line : exporter::BomLines(*netlist))
+        for (const std::string& d : line.Designators) {
+            ++listed[d];
+            prefixes.insert(d.substr(0, d.find_first_of("0123456789")));
+        }
+    for (const host::NetlistPart& p : netlist->Parts)
+        for (const host::NetlistPin& pin : p.Pins) pinNumbers.insert(pin.Number);
+    for (const auto& [d, n] : listed) EXPECT_EQ(n, 1) << d;
+    std::vector<std::string> missing, unprinted;
+    for (const std::string& w : printed)
+        if (prefixes.count(w.substr(0, w.find_first_of("0123456789"))) && !listed.count(w) && !pinNumbers.count(w))
+            missing.push_back(w);
+    for (const auto& [d, n] : listed)
+        if (!printed.count(d)) unprinted.push_back(d);
+    std::cout << "[ bom      ] " << listed.size() << " designators, " << printed.size() << " printed words\n";
+    EXPECT_EQ(missing, std::vector<std::string>{}) << "printed, not in the BOM";
+    EXPECT_EQ(unprinted, std::vector<std::string>{}) << "in the BOM, not printed";
+}
+
+}  // namespace
