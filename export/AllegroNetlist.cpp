@@ -580,4 +580,19 @@ std::vector<std::string> CompareAllegroNetlists(const AllegroNetlist& expected, 
     return out;
 }
 
+NetlistMatch MatchAllegroNetlists(const AllegroNetlist& expected, const AllegroNetlist& actual) {
+    PinNets e = ToPinNets(expected), a = ToPinNets(actual);
+    NetlistMatch out;
+    for (size_t n = 0; n < e.Names.size(); ++n) {
+        out.Nets += e.NoConnect[n] ? 0 : 1;
+        out.Nodes += e.Pins[n].size();
+        if (e.Pins[n].empty()) continue;
+        auto it = a.NetOf.find(*e.Pins[n].begin());
+        if (it == a.NetOf.end() || a.Pins[it->second] != e.Pins[n]) continue;
+        out.SameNets += e.NoConnect[n] ? 0 : 1;
+        out.SameNodes += e.Pins[n].size();
+    }
+    return out;
+}
+
 }  // namespace orcadx::exporter

@@ -86,4 +86,13 @@ AllegroNetlist LoadAllegroNetlist(const std::filesystem::path& folder);
 // has a name of its own: names made up for unnamed nets (N12345, NetU1_3) and NC match any.
 std::vector<std::string> CompareAllegroNetlists(const AllegroNetlist& expected, const AllegroNetlist& actual);
 
+// How much of `expected` `actual` gives: its nets (NC left out) and its nodes (pins, hidden power
+// pins included, NC's too), and of these the nets whose pins are the pins of one net of `actual`,
+// and the nodes of such nets (a pin of NC counts when `actual` joins it to nothing else).
+struct NetlistMatch {
+    size_t Nets = 0, Nodes = 0;
+    size_t SameNets = 0, SameNodes = 0;
+};
+NetlistMatch MatchAllegroNetlists(const AllegroNetlist& expected, const AllegroNetlist& actual);
+
 }  // namespace orcadx::exporter
