@@ -94,8 +94,9 @@ struct ProjectSheet {
 //   ("Page1" for "Page1.SchDoc"), and no components, power objects, off-sheet connectors or net
 //   labels; the design import makes one for each view of several pages.
 // - Within a scope, net labels, ports and off-sheet connectors of one name are one net.
-// - Power objects are global by name, and so are hidden pins by their HiddenNetName; a name in any
-//   scope that is also a global name is that global net.
+// - Power objects are global by name, and so are hidden pins by their HiddenNetName, or by their
+//   own name when that is empty (Capture's invisible power pins); a name in any scope that is also
+//   a global name is that global net.
 // - A sheet entry joins the ports of its name in the scope of the sheets its symbol names. Bus
 //   names ("D[0..7]") join member by member, in order, with the other names on their bus.
 // - Pins of one designator and number (the sections of one package) are one node.

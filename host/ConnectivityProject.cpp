@@ -65,6 +65,14 @@ std::vector<std::string> BusMembers(const std::string& name) {
     return out;
 }
 
+// The global net a hidden pin joins: its HiddenNetName, else, as Capture joins its invisible power
+// pins, the net named as the pin is. Nothing for a pin that is shown.
+std::string HiddenNetOf(ObjectCore* pin) {
+    if (!pin->GetBool("IsHidden")) return {};
+    std::string net = pin->GetStr("HiddenNetName");
+    return net.empty() ? pin->GetStr("Name") : net;
+}
+
 // What a sheet holds, worked out once however often the sheet is used.
 struct SheetData {
     std::string FileName;
@@ -405,7 +413,7 @@ private:
                     pp.Numbers.assign(static_cast<size_t>(part.PartCount), std::string());
                     pp.Electrical = pin->GetInt("Electrical", ePinPassive);
                     pp.Hidden = pin->GetBool("IsHidden");
-                    pp.HiddenNet = pin->GetStr("HiddenNetName");
+                    pp.HiddenNet = HiddenNetOf(pin);
                     part.Package.push_back(std::move(pp));
                 }
                 if (p >= 1 && p <= part.PartCount) part.Package[list[use]].Numbers[static_cast<size_t>(p - 1)] = pin->GetStr("Designator");
@@ -419,7 +427,7 @@ private:
             p.Name = pin->GetStr("Name");
             p.Electrical = pin->GetInt("Electrical", ePinPassive);
             p.Hidden = pin->GetBool("IsHidden");
-            p.HiddenNet = pin->GetStr("HiddenNetName");
+            p.HiddenNet = HiddenNetOf(pin);
             size_t node;
             auto it = sheet.GroupOf.find(pin);
             if (!p.Hidden && it != sheet.GroupOf.end()) {

@@ -210,6 +210,7 @@ void TProcessHierarchy::MergeOccurrences() {
         if (!holder->Object || holder->Records.empty()) continue;
         MergeProperties(holder->Object, {holder->Records.begin(), holder->Records.end()});
         MergeReferences(*holder);
+        MergeSections(*holder);
     }
     for (TTitleBlockHolder* holder : TitleBlockHolders) {
         if (!holder->Object || holder->Records.empty()) continue;
@@ -285,6 +286,41 @@ void TProcessHierarchy::MergeReferences(TRecordHolder& holder) {
         if (!records.front()->PartReference.empty()) SetReference(holder, records.front()->PartReference);
     }
     for (dbo::TDboHierarchyRecord* record : records) record->PartReference.clear();
+}
+
+namespace {
+
+// The number of a section from its name: "A" 1, "B" 2, ... "Z" 26, "AA" 27 (letters count as in
+// spreadsheet columns), or the decimal number; 0 for any other name.
+int SectionNumber(const std::string& name) {
+    if (name.empty() || name.size() > 4) return 0;
+    int number = 0;
+    if (name.find_first_not_of("0123456789") == std::string::npos) {
+        for (char c : name) number = number * 10 + (c - '0');
+        return number;
+    }
+    for (char c : name) {
+        char upper = static_cast<char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c);
+        if (upper < 'A' || upper > 'Z') return 0;
+        number = number * 26 + (upper - 'A' + 1);
+    }
+    return number;
+}
+
+}  // namespace
+
+void TProcessHierarchy::MergeSections(TRecordHolder& holder) {
+    auto* part = dynamic_cast<dbo::TDboPart*>(holder.Object);
+    if (!part) return;
+    const int own = part->PartNo + 1;
+    int section = 0;
+    for (size_t i = 0; i < holder.Records.size(); ++i) {
+        const dbo::TDboHierarchyRecord* record = holder.Records[i];
+        int number = record->PartIDIndex == 0 ? own : SectionNumber(part->Design->GetString(record->PartIDIndex));
+        if (number <= 0 || (i > 0 && number != section)) return;
+        section = number;
+    }
+    if (section > 0 && section <= 0x10000) part->PartNo = static_cast<uint16_t>(section - 1);
 }
 
 // ----- Names -------------------------------------------------------------------------------------

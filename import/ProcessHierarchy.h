@@ -213,6 +213,11 @@ private:
     void FindObjects(dbo::TDboDesign& design);
     void MergeProperties(dbo::TDboBaseObject* object, const std::vector<dbo::TDboHierarchyObject*>& records);
     void MergeReferences(TRecordHolder& holder);
+    // The section each occurrence of a part shows, by the name of the section (PartIDIndex: "A",
+    // "B", ... or "1", "2", ...; none where it keeps the part's own): when all occurrences show
+    // the same one, the part's PartNo becomes it. Capture's annotation keeps a part's section
+    // there, not in the placed part.
+    void MergeSections(TRecordHolder& holder);
     std::string UniqueNameFor(const std::string& base);
     void Gather(dbo::TDboHierarchyRecord* record, TPropertyList& own, TPropertyList& inherited);
     void GatherOwn(dbo::TDboHierarchyRecord* record, TRecordHolder& holder, TPropertyList& own);

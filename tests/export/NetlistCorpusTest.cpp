@@ -34,7 +34,7 @@ struct Design {
 
 // The designs and the counts of their netlists as the folder's SOURCES.md gives them.
 const std::vector<Design> kDesigns{
-    {"ECE424_PCBs", "SimplePCB/SIMPLEBOARD.DSN", "SimplePCB/allegro", 16, 7, 14, 34, false},
+    {"ECE424_PCBs", "SimplePCB/SIMPLEBOARD.DSN", "SimplePCB/allegro", 16, 7, 14, 34, true},
     {"Stereo", "Schematic/STEREO.dsn", "Schematic/allegro", 184, 215, 215, 869, false},
     {"OnyxPSU", "ONYXPSU.DSN", "allegro", 116, 149, 149, 559, false},
     {"1-16_RF_PWR_DIV", "1-16_POWER_SPLITTER.DSN", "allegro", 32, 47, 47, 188, true},

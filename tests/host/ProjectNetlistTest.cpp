@@ -250,23 +250,24 @@ TEST_F(ProjectNetlist, PagesOfTheTopJoinByOffSheetConnectorsLabelsPortsAndGlobal
     p2.Wire({SheetBuilder::PinAt(b, 3), At(1500, 2800)});
     p2.Label("EXT", At(1500, 2800));
     // R1.4 on power 5V on page 1; on page 2 a label 5V is the same global net; hidden power pins of
-    // U5 join VCC (with no power object anywhere) and GND by their net names.
+    // U5 join VCC (with no power object anywhere) and GND by their net names, and one without a
+    // net name joins the net of its own name, as Capture's invisible power pins do.
     p1.Wire({SheetBuilder::PinAt(a, 4), At(1500, 2700)});
     p1.Power("5V", At(1500, 2700));
     p2.Wire({SheetBuilder::PinAt(b, 4), At(1500, 2700)});
     p2.Label("5V", At(1500, 2700));
     Coord u = At(3000, 3000);
     p2.Part("U5", "MCU", u,
-            {{"1", "IO"}, {"7", "GND", 1, true, "GND"}, {"14", "VCC", 1, true, "VCC"}, {"8", "NC", 1, true, ""}});
+            {{"1", "IO"}, {"7", "GND", 1, true, "GND"}, {"14", "VCC", 1, true, "VCC"}, {"8", "VDD", 1, true, ""}});
     p2.Wire({SheetBuilder::PinAt(u, 1), At(3500, 3000)});
     p2.Label("VCC", At(3500, 3000));
 
     Netlist netlist = impl::CompileNetlist({p1.Sheet(), p2.Sheet()}, "Pages");
     NetMap expected{{"DATA", {"R1.1", "R2.1"}}, {"CLK", {"R1.2", "R2.2"}}, {"EXT", {"R1.3", "R2.3"}},
                     {"5V", {"R1.4", "R2.4"}},   {"VCC", {"U5.1", "U5.14"}}, {"GND", {"U5.7"}},
-                    {"NetU5_8", {"U5.8"}}};
+                    {"VDD", {"U5.8"}}};
     EXPECT_EQ(NetsOf(netlist), expected) << Describe(NetsOf(netlist));
-    // A hidden pin without a net name is no pin that touches nothing: it has no place on the sheet.
+    // A hidden pin is no pin that touches nothing: it has no place on the sheet.
     for (const NetlistNet& net : netlist.Nets) EXPECT_FALSE(net.Unconnected) << net.Name;
     ASSERT_EQ(netlist.Occurrences.size(), 2u);
     EXPECT_EQ(netlist.Occurrences[0].Scope, netlist.Occurrences[1].Scope);

@@ -237,6 +237,47 @@ TEST_F(HierarchyTest, ReferencesThatDifferStandAtTheRoot) {
     EXPECT_EQ(dynamic_cast<dbo::TDboPart*>(child->PartsAndBlocks->GetParts(1))->DesignatorStr, "C1");
 }
 
+TEST_F(HierarchyTest, AnnotatedSectionsBecomeThePartsOwn) {
+    // Capture's annotation gives each gate of a package its section in the occurrence (PartIDIndex,
+    // the section's name), while the placed part keeps the section it was drawn with.
+    dbo::TDboPage* child = Page("CHILD");
+    auto section = [&](dbo::TDboHierarchyRecord* record, const std::string& name) {
+        record->PartIDIndex = static_cast<uint16_t>(importer::ExactStringIndex(design, name));
+    };
+    dbo::TDboPart* c = Part(*root, "U7", 10);
+    c->PartNo = 1;
+    section(Record(nullptr, 10, "U2"), "C");
+    dbo::TDboPart* kept = Part(*root, "U3", 11);
+    kept->PartNo = 1;
+    Record(nullptr, 11, "U2");  // no section name: the part's own
+    dbo::TDboPart* numbered = Part(*root, "U4", 12);
+    section(Record(nullptr, 12, "U4"), "12");
+    dbo::TDboPart* late = Part(*root, "U5", 13);
+    section(Record(nullptr, 13, "U5"), "ab");
+    dbo::TDboPart* odd = Part(*root, "U6", 14);
+    odd->PartNo = 2;
+    section(Record(nullptr, 14, "U6"), "A-1");
+    // A page used twice whose occurrences show different sections keeps the part's own.
+    dbo::TDboPart* shared = Part(*child, "U8", 15);
+    dbo::TDboHierarchyRecord* b1 = Record(nullptr, 20);
+    dbo::TDboHierarchyRecord* b2 = Record(nullptr, 21);
+    Block(*root, "B1", 20);
+    Block(*root, "B2", 21);
+    section(Record(b1, 15, "U8"), "A");
+    section(Record(b2, 15, "U8"), "B");
+    dbo::TDboPart* same = Part(*child, "U9", 16);
+    section(Record(b1, 16, "U9"), "D");
+    section(Record(b2, 16, "U9"), "d");
+    process.Run(design);
+    EXPECT_EQ(c->PartNo, 2);
+    EXPECT_EQ(kept->PartNo, 1);
+    EXPECT_EQ(numbered->PartNo, 11);
+    EXPECT_EQ(late->PartNo, 27);
+    EXPECT_EQ(odd->PartNo, 2);
+    EXPECT_EQ(shared->PartNo, 0);
+    EXPECT_EQ(same->PartNo, 3);
+}
+
 TEST_F(HierarchyTest, UniqueNamesAreCleanAndDistinct) {
     Part(*root, "R 1", 10);
     Part(*root, "R_1", 11);
