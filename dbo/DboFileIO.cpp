@@ -220,17 +220,29 @@ TDboIStorage::~TDboIStorage() = default;
 
 std::string TDboIStorage::GetName() const { return storage_->Name(); }
 
+namespace {
+
+// The text of a failed call: the platform's description of a damaged file when it gave one, else
+// the text of the result code.
+std::string FailureText(platform::HResult hr, const std::string& detail) {
+    return detail.empty() ? StorageErrorText(hr) : detail;
+}
+
+}  // namespace
+
 void TDboIStorage::OpenStorageSafe(const std::string& name, std::unique_ptr<TDboIStorage>& out) {
     std::unique_ptr<CfbStorage> s;
     platform::HResult hr = storage_->OpenStorage(EscapeStorageName(name), kModeRead, &s);
-    if (hr != platform::kS_OK) throw EDboFileIO("Invalid storage(" + name + ")!\r\n" + StorageErrorText(hr));
+    if (hr != platform::kS_OK)
+        throw EDboFileIO("Invalid storage(" + name + ")!\r\n" + FailureText(hr, storage_->ErrorDetail()));
     out = std::make_unique<TDboIStorage>(std::move(s));
 }
 
 void TDboIStorage::OpenStreamSafe(const std::string& name, std::unique_ptr<TDboIStream>& out) {
     std::unique_ptr<CfbStream> s;
     platform::HResult hr = storage_->OpenStream(EscapeStorageName(name), kModeRead, &s);
-    if (hr != platform::kS_OK) throw EDboFileIO("Invalid stream: " + name + "\r\n" + StorageErrorText(hr));
+    if (hr != platform::kS_OK)
+        throw EDboFileIO("Invalid stream: " + name + "\r\n" + FailureText(hr, storage_->ErrorDetail()));
     out = std::make_unique<TDboIStream>(std::move(s));
 }
 
@@ -261,15 +273,10 @@ void TDboIStorage::CreateStreamSafe(const std::string& name) {
     CreateStreamSafe(name, s);
 }
 
-bool TDboIStorage::ExistStream(const std::string& name) {
-    std::unique_ptr<CfbStream> s;
-    return storage_->OpenStream(EscapeStorageName(name), kModeRead, &s) == platform::kS_OK;
-}
+// Both look the name up in the directory; nothing is read.
+bool TDboIStorage::ExistStream(const std::string& name) { return storage_->HasChild(EscapeStorageName(name), false); }
 
-bool TDboIStorage::ExistStorage(const std::string& name) {
-    std::unique_ptr<CfbStorage> s;
-    return storage_->OpenStorage(EscapeStorageName(name), kModeRead, &s) == platform::kS_OK;
-}
+bool TDboIStorage::ExistStorage(const std::string& name) { return storage_->HasChild(EscapeStorageName(name), true); }
 
 void TDboIStorage::Close() {
     platform::HResult hr = storage_->Close();
@@ -303,8 +310,9 @@ void OpenRootStorage(const std::string& fileName, std::unique_ptr<TDboIStorage>&
     if (platform::IsStorageFile(fileName) != platform::kS_OK)
         throw EDboFileIO("Error opening storage " + fileName + "\r\n" + StorageErrorText(1));
     std::unique_ptr<CfbStorage> s;
-    platform::HResult hr = platform::OpenStorageFile(fileName, platform::kSTGM_SHARE_DENY_WRITE, &s);
-    if (hr != platform::kS_OK) throw EDboFileIO("Error opening storage " + fileName + "\r\n" + StorageErrorText(hr));
+    std::string detail;
+    platform::HResult hr = platform::OpenStorageFile(fileName, platform::kSTGM_SHARE_DENY_WRITE, &s, &detail);
+    if (hr != platform::kS_OK) throw EDboFileIO("Error opening storage " + fileName + "\r\n" + FailureText(hr, detail));
     out = std::make_unique<TDboIStorage>(std::move(s));
 }
 
@@ -314,9 +322,10 @@ void OpenRootStorageFromMemory(std::vector<uint8_t> bytes, const std::string& di
     if (bytes.size() < 8 || std::memcmp(bytes.data(), sig, 8) != 0)
         throw EDboFileIO("Error opening storage " + displayName + "\r\n" + StorageErrorText(1));
     std::unique_ptr<CfbStorage> s;
-    platform::HResult hr = platform::OpenStorageMemory(std::move(bytes), &s);
+    std::string detail;
+    platform::HResult hr = platform::OpenStorageMemory(std::move(bytes), &s, &detail);
     if (hr != platform::kS_OK)
-        throw EDboFileIO("Error opening storage " + displayName + "\r\n" + StorageErrorText(hr));
+        throw EDboFileIO("Error opening storage " + displayName + "\r\n" + FailureText(hr, detail));
     out = std::make_unique<TDboIStorage>(std::move(s));
 }
 

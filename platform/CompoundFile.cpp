@@ -1,77 +1,43 @@
 #include "platform/CompoundFile.h"
 
-#include <gsf/gsf.h>
-
-#include "platform/TextCompare.h"
-
 #include <algorithm>
 #include <cstring>
 #include <fstream>
-#include <mutex>
+
+#include "platform/CfbReader.h"
+#include "platform/CfbWriter.h"
 
 namespace orcadx::platform {
 
+using cfb::Node;
+
 namespace {
 
-// libgsf reports damaged files through GLib's log as well as through its results; the results
-// are what this layer passes on, so the log lines are dropped.
-void QuietLog(const gchar*, GLogLevelFlags, const gchar*, gpointer) {}
-
-void EnsureGsf() {
-    static std::once_flag once;
-    std::call_once(once, [] {
-        gsf_init();
-        // libgsf's reader of compound files warns without a domain of its own.
-        for (const char* domain : {static_cast<const char*>(nullptr), "libgsf", "libgsf:msole", "GLib", "GLib-GObject"})
-            g_log_set_handler(domain, static_cast<GLogLevelFlags>(G_LOG_LEVEL_MASK | G_LOG_FLAG_FATAL |
-                                                                  G_LOG_FLAG_RECURSION),
-                              QuietLog, nullptr);
-    });
-}
-
 // Length of a UTF-8 name in UTF-16 code units.
-size_t Utf16Length(const std::string& s) {
-    size_t n = 0;
+size_t Utf16Length(const std::string& s) { return cfb::Utf8ToUtf16(s).size(); }
+
+bool ValidUtf8(const std::string& s) {
     for (size_t i = 0; i < s.size();) {
         unsigned char c = s[i];
-        size_t len = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : 4;
-        n += len == 4 ? 2 : 1;
+        size_t len = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 0;
+        if (len == 0 || i + len > s.size()) return false;
+        for (size_t k = 1; k < len; ++k)
+            if ((static_cast<unsigned char>(s[i + k]) >> 6) != 2) return false;
         i += len;
     }
-    return n;
+    return true;
 }
 
 bool ValidName(const std::string& name) {
-    return !name.empty() && Utf16Length(name) <= kMaxNameLength && g_utf8_validate(name.data(), name.size(), nullptr);
+    return !name.empty() && ValidUtf8(name) && Utf16Length(name) <= kMaxNameLength;
 }
 
 }  // namespace
 
-struct Node {
-    std::string name;
-    bool isStorage = false;
-    std::vector<uint8_t> data;
-    std::vector<std::shared_ptr<Node>> children;
-
-    std::shared_ptr<Node> Find(const std::string& childName) const {
-        for (const auto& c : children)
-            if (platform::SameTextNoCase(c->name, childName)) return c;
-        return nullptr;
-    }
-};
-
 struct FileState {
-    GsfInfile* root = nullptr;  // reading
-    GsfInput* source = nullptr;
-    std::vector<uint8_t> memory;  // bytes of a file opened from memory
-    uint64_t sourceSize = 0;
-    std::string fileName;  // writing
+    std::unique_ptr<cfb::Reader> reader;  // reading
+    std::string fileName;                 // writing
     std::shared_ptr<Node> tree;
-
-    ~FileState() {
-        if (root) g_object_unref(root);
-        if (source) g_object_unref(source);
-    }
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -130,32 +96,29 @@ HResult CfbStream::Seek(int64_t move, SeekOrigin origin, uint64_t* newPosition) 
 
 CfbStorage::~CfbStorage() {
     if (isRoot_ && !closed_) Close();
-    if (infile_) g_object_unref(static_cast<GsfInfile*>(infile_));
 }
 
 std::string CfbStorage::Name() const { return name_; }
 
 bool CfbStorage::Writable() const { return node_ != nullptr; }
 
-namespace {
-
-// Finds a child of a storage being read: an exact match first, then one that differs in case.
-GsfInput* ChildByName(GsfInfile* parent, const std::string& name) {
-    if (GsfInput* in = gsf_infile_child_by_name(parent, name.c_str())) return in;
-    int n = gsf_infile_num_children(parent);
-    for (int i = 0; i < n; ++i) {
-        const char* childName = gsf_infile_name_by_index(parent, i);
-        if (childName && platform::SameTextNoCase(childName, name)) return gsf_infile_child_by_index(parent, i);
-    }
-    return nullptr;
+uint32_t CfbStorage::FindChild(const std::string& name) const {
+    if (!file_ || !file_->reader) return cfb::kNoEntry;
+    return file_->reader->Find(entry_, name);
 }
 
-bool IsDirectory(GsfInput* in) { return GSF_IS_INFILE(in) && gsf_infile_num_children(GSF_INFILE(in)) >= 0; }
-
-}  // namespace
+bool CfbStorage::HasChild(const std::string& name, bool isStorage) const {
+    if (node_) {
+        auto child = node_->Find(name);
+        return child && child->isStorage == isStorage;
+    }
+    uint32_t child = FindChild(name);
+    return child != cfb::kNoEntry && (file_->reader->GetEntry(child).type == cfb::kTypeStorage) == isStorage;
+}
 
 HResult CfbStorage::OpenStorage(const std::string& name, uint32_t /*mode*/, std::unique_ptr<CfbStorage>* out) {
     out->reset();
+    detail_.clear();
     if (node_) {
         auto child = node_->Find(name);
         if (!child || !child->isStorage) return kSTG_E_FILENOTFOUND;
@@ -166,24 +129,20 @@ HResult CfbStorage::OpenStorage(const std::string& name, uint32_t /*mode*/, std:
         *out = std::move(s);
         return kS_OK;
     }
-    if (!infile_) return kSTG_E_INVALIDPOINTER;
-    GsfInput* child = ChildByName(static_cast<GsfInfile*>(infile_), name);
-    if (!child) return kSTG_E_FILENOTFOUND;
-    if (!IsDirectory(child)) {
-        g_object_unref(child);
-        return kSTG_E_FILENOTFOUND;
-    }
+    if (!file_ || !file_->reader) return kSTG_E_INVALIDPOINTER;
+    uint32_t child = FindChild(name);
+    if (child == cfb::kNoEntry || file_->reader->GetEntry(child).type != cfb::kTypeStorage) return kSTG_E_FILENOTFOUND;
     std::unique_ptr<CfbStorage> s(new CfbStorage());
     s->file_ = file_;
-    s->infile_ = child;
-    const char* childName = gsf_input_name(child);
-    s->name_ = childName ? childName : name;
+    s->entry_ = child;
+    s->name_ = file_->reader->GetEntry(child).name;
     *out = std::move(s);
     return kS_OK;
 }
 
 HResult CfbStorage::OpenStream(const std::string& name, uint32_t /*mode*/, std::unique_ptr<CfbStream>* out) {
     out->reset();
+    detail_.clear();
     if (node_) {
         auto child = node_->Find(name);
         if (!child || child->isStorage) return kSTG_E_FILENOTFOUND;
@@ -194,34 +153,15 @@ HResult CfbStorage::OpenStream(const std::string& name, uint32_t /*mode*/, std::
         *out = std::move(s);
         return kS_OK;
     }
-    if (!infile_) return kSTG_E_INVALIDPOINTER;
-    GsfInput* child = ChildByName(static_cast<GsfInfile*>(infile_), name);
-    if (!child) return kSTG_E_FILENOTFOUND;
-    if (IsDirectory(child)) {
-        g_object_unref(child);
-        return kSTG_E_FILENOTFOUND;
-    }
+    if (!file_ || !file_->reader) return kSTG_E_INVALIDPOINTER;
+    uint32_t child = FindChild(name);
+    if (child == cfb::kNoEntry || file_->reader->GetEntry(child).type != cfb::kTypeStream) return kSTG_E_FILENOTFOUND;
     std::unique_ptr<CfbStream> s(new CfbStream());
     s->file_ = file_;
-    const char* childName = gsf_input_name(child);
-    s->name_ = childName ? childName : name;
-    // A stream can't hold more than the file does: a larger size is damage, not data to allocate.
-    gsf_off_t size = gsf_input_size(child);
-    if (size < 0 || static_cast<uint64_t>(size) > file_->sourceSize) {
-        g_object_unref(child);
-        return kSTG_E_READFAULT;
-    }
-    s->readData_.resize(static_cast<size_t>(size));
-    size_t done = 0;
-    while (done < s->readData_.size()) {
-        size_t chunk = std::min<size_t>(s->readData_.size() - done, 1 << 16);
-        if (!gsf_input_read(child, chunk, s->readData_.data() + done)) {
-            g_object_unref(child);
-            return kSTG_E_READFAULT;
-        }
-        done += chunk;
-    }
-    g_object_unref(child);
+    s->name_ = file_->reader->GetEntry(child).name;
+    // A stream can't hold more than the file does, and its chain must hold its size: anything else
+    // is damage, refused before anything is allocated.
+    if (!file_->reader->ReadStream(child, s->readData_, detail_)) return kSTG_E_READFAULT;
     *out = std::move(s);
     return kS_OK;
 }
@@ -229,18 +169,12 @@ HResult CfbStorage::OpenStream(const std::string& name, uint32_t /*mode*/, std::
 HResult CfbStorage::NewChild(const std::string& name, uint32_t mode, bool isStorage, std::shared_ptr<Node>* child) {
     if (!node_) return kSTG_E_ACCESSDENIED;
     if (!ValidName(name)) return kSTG_E_INVALIDNAME;
-    auto& kids = node_->children;
-    auto it = std::find_if(kids.begin(), kids.end(),
-                           [&](const auto& c) { return platform::SameTextNoCase(c->name, name); });
-    if (it != kids.end()) {
-        // Creating a name that exists replaces it, storage or stream, when asked to.
-        if (!(mode & kSTGM_CREATE)) return kSTG_E_ACCESSDENIED;
-        kids.erase(it);
-    }
+    // Creating a name that exists replaces it, storage or stream, when asked to.
+    if (node_->Find(name) && !(mode & kSTGM_CREATE)) return kSTG_E_ACCESSDENIED;
     *child = std::make_shared<Node>();
     (*child)->name = name;
     (*child)->isStorage = isStorage;
-    kids.push_back(*child);
+    node_->Put(*child);
     return kS_OK;
 }
 
@@ -276,61 +210,28 @@ std::vector<CfbEntry> CfbStorage::List() const {
         for (const auto& c : node_->children) out.push_back({c->name, c->isStorage, c->data.size()});
         return out;
     }
-    if (!infile_) return out;
-    auto* in = static_cast<GsfInfile*>(infile_);
-    int n = gsf_infile_num_children(in);
-    for (int i = 0; i < n; ++i) {
-        GsfInput* child = gsf_infile_child_by_index(in, i);
-        if (!child) continue;
-        CfbEntry e;
-        const char* childName = gsf_input_name(child);
-        e.name = childName ? childName : "";
-        e.isStorage = IsDirectory(child);
-        if (!e.isStorage) e.size = static_cast<uint64_t>(std::max<gsf_off_t>(0, gsf_input_size(child)));
-        g_object_unref(child);
-        out.push_back(std::move(e));
+    if (!file_ || !file_->reader) return out;
+    const cfb::Reader& r = *file_->reader;
+    const uint32_t* kids = r.ChildrenBegin(entry_);
+    out.reserve(r.ChildCount(entry_));
+    for (uint32_t i = 0; i < r.ChildCount(entry_); ++i) {
+        const cfb::Reader::Entry& e = r.GetEntry(kids[i]);
+        bool storage = e.type == cfb::kTypeStorage;
+        out.push_back({e.name, storage, storage ? 0 : e.size});
     }
     return out;
 }
-
-namespace {
-
-bool WriteNode(GsfOutfile* parent, const Node& node) {
-    GsfOutput* out = gsf_outfile_new_child(parent, node.name.c_str(), node.isStorage);
-    if (!out) return false;
-    bool ok = true;
-    if (node.isStorage) {
-        for (const auto& c : node.children) ok = ok && WriteNode(GSF_OUTFILE(out), *c);
-    } else if (!node.data.empty()) {
-        ok = gsf_output_write(out, node.data.size(), node.data.data());
-    }
-    ok = gsf_output_close(out) && ok;
-    g_object_unref(out);
-    return ok;
-}
-
-}  // namespace
 
 HResult CfbStorage::Close() {
     if (closed_) return closeResult_;
     closed_ = true;
     if (!isRoot_ || !node_) return closeResult_;
-    GError* err = nullptr;
-    GsfOutput* sink = gsf_output_stdio_new(file_->fileName.c_str(), &err);
-    if (!sink) {
-        if (err) g_error_free(err);
-        return closeResult_ = kSTG_E_ACCESSDENIED;
-    }
-    GsfOutfile* root = gsf_outfile_msole_new(sink);
-    bool ok = root != nullptr;
-    if (root) {
-        for (const auto& c : node_->children) ok = ok && WriteNode(root, *c);
-        ok = gsf_output_close(GSF_OUTPUT(root)) && ok;
-        g_object_unref(root);
-    }
-    ok = (gsf_output_is_closed(sink) || gsf_output_close(sink)) && ok;
-    g_object_unref(sink);
-    return closeResult_ = ok ? kS_OK : kSTG_E_WRITEFAULT;
+    std::vector<uint8_t> bytes = cfb::LayoutTree(*node_);
+    std::ofstream out(file_->fileName, std::ios::binary | std::ios::trunc);
+    if (!out) return closeResult_ = kSTG_E_ACCESSDENIED;
+    out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    out.close();
+    return closeResult_ = out ? kS_OK : kSTG_E_WRITEFAULT;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -339,37 +240,16 @@ HResult CfbStorage::Close() {
 HResult IsStorageFile(const std::string& fileName) {
     std::ifstream in(fileName, std::ios::binary);
     if (!in) return kSTG_E_FILENOTFOUND;
-    static const uint8_t sig[8] = {0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0xE1};
     uint8_t head[8] = {};
     in.read(reinterpret_cast<char*>(head), 8);
     if (in.gcount() != 8) return kS_FALSE;
-    return std::memcmp(head, sig, 8) == 0 ? kS_OK : kS_FALSE;
+    return std::memcmp(head, cfb::kSignature, 8) == 0 ? kS_OK : kS_FALSE;
 }
 
-namespace {
-
-// Puts right, in a copy about to be read, what the reader of compound files would mishandle:
-//  - the root entry's sibling links. The root has no siblings, and nothing reads them; a damaged
-//    file that sets them makes libgsf build entries that belong to no storage and are never freed.
-void RepairForReading(std::vector<uint8_t>& bytes) {
-    if (bytes.size() < 512) return;
-    auto u32 = [&](size_t at) {
-        return bytes[at] | (bytes[at + 1] << 8) | (bytes[at + 2] << 16) | (uint32_t(bytes[at + 3]) << 24);
-    };
-    unsigned shift = bytes[0x1E] | (bytes[0x1F] << 8);
-    if (shift != 9 && shift != 12) return;  // refused by the reader anyway
-    uint64_t firstDir = u32(0x30);
-    uint64_t root = (firstDir + 1) << shift;
-    if (firstDir >= 0xFFFFFFFA || root + 128 > bytes.size()) return;
-    for (size_t link : {root + 0x44, root + 0x48})
-        for (size_t i = 0; i < 4; ++i) bytes[link + i] = 0xFF;
-}
-
-}  // namespace
-
-// The file is read whole into memory: a design is held in memory anyway, and the reader then
-// works on bytes that can be checked and repaired first.
-HResult OpenStorageFile(const std::string& fileName, uint32_t /*mode*/, std::unique_ptr<CfbStorage>* out) {
+// The file is read whole into memory: a design is held in memory anyway, and its structure is
+// then checked on bytes at hand.
+HResult OpenStorageFile(const std::string& fileName, uint32_t /*mode*/, std::unique_ptr<CfbStorage>* out,
+                        std::string* detail) {
     out->reset();
     HResult hr = IsStorageFile(fileName);
     if (hr != kS_OK) return hr == kS_FALSE ? kSTG_E_INVALIDHEADER : hr;
@@ -380,29 +260,22 @@ HResult OpenStorageFile(const std::string& fileName, uint32_t /*mode*/, std::uni
     std::vector<uint8_t> bytes(static_cast<size_t>(size));
     in.seekg(0);
     if (!in.read(reinterpret_cast<char*>(bytes.data()), size)) return kSTG_E_READFAULT;
-    return OpenStorageMemory(std::move(bytes), out);
+    return OpenStorageMemory(std::move(bytes), out, detail);
 }
 
-HResult OpenStorageMemory(std::vector<uint8_t> bytes, std::unique_ptr<CfbStorage>* out) {
+HResult OpenStorageMemory(std::vector<uint8_t> bytes, std::unique_ptr<CfbStorage>* out, std::string* detail) {
     out->reset();
-    EnsureGsf();
-    auto state = std::make_shared<FileState>();
-    state->memory = std::move(bytes);
-    RepairForReading(state->memory);
-    state->sourceSize = state->memory.size();
-    state->source = gsf_input_memory_new(state->memory.data(), static_cast<gsf_off_t>(state->memory.size()), FALSE);
-    if (!state->source) return kSTG_E_INSUFFICIENTMEMORY;
-    GError* err = nullptr;
-    GsfInfile* root = gsf_infile_msole_new(state->source, &err);
-    if (!root) {
-        if (err) g_error_free(err);
+    std::string error;
+    auto reader = cfb::Reader::Open(std::move(bytes), error);
+    if (!reader) {
+        if (detail) *detail = error;
         return kSTG_E_INVALIDHEADER;
     }
-    state->root = root;
-    g_object_ref(root);
+    auto state = std::make_shared<FileState>();
+    state->reader = std::move(reader);
     std::unique_ptr<CfbStorage> s(new CfbStorage());
-    s->infile_ = root;
     s->file_ = state;
+    s->entry_ = 0;
     s->isRoot_ = true;
     s->name_ = "Root Entry";
     *out = std::move(s);
@@ -411,7 +284,6 @@ HResult OpenStorageMemory(std::vector<uint8_t> bytes, std::unique_ptr<CfbStorage
 
 HResult CreateStorageFile(const std::string& fileName, uint32_t /*mode*/, std::unique_ptr<CfbStorage>* out) {
     out->reset();
-    EnsureGsf();
     // Fail now, not at the close, when the file can't be made.
     {
         std::ofstream probe(fileName, std::ios::binary | std::ios::app);

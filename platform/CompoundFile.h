@@ -3,12 +3,14 @@
 // A compound file is a tree of named storages (folders) and streams (byte sequences). This layer
 // gives the few operations that the database layer needs of it, with the result codes and the
 // modes of the structured-storage interfaces it stands in for:
-//  - a file opened for reading is read through libgsf; a stream's bytes are read into memory when
-//    the stream is opened, so reads and seeks never touch the file again;
+//  - a file opened for reading is read into memory whole and its structure checked at once
+//    (CfbReader.h); a stream's bytes are gathered when the stream is opened, so reads and seeks
+//    never touch the file again;
 //  - a file being written is held as a tree in memory, where creating a name that already exists
-//    in a storage replaces it, and is laid out as a compound file when the root is closed.
-// Names cross this interface as UTF-8; in the file they are UTF-16. Nothing above this header and
-// CodePage.h sees libgsf.
+//    in a storage replaces it, and is laid out as a compound file when the root is closed
+//    (CfbWriter.h).
+// Names cross this interface as UTF-8; in the file they are UTF-16. A failure that the result
+// codes can't tell apart (a damaged file) is described by ErrorDetail.
 #pragma once
 
 #include <cstdint>
@@ -47,7 +49,9 @@ constexpr size_t kMaxNameLength = 31;
 enum class SeekOrigin { Begin = 0, Current = 1, End = 2 };
 
 struct FileState;  // shared by every storage and stream of one open file
-struct Node;       // one storage or stream of a file being written
+namespace cfb {
+struct Node;  // one storage or stream of a file being written
+}
 
 class CfbStream {
 public:
@@ -74,8 +78,8 @@ private:
     CfbStream() = default;
     std::shared_ptr<FileState> file_;
     std::string name_;
-    std::vector<uint8_t> readData_;  // contents of a stream being read
-    std::shared_ptr<Node> node_;     // contents of a stream being written
+    std::vector<uint8_t> readData_;     // contents of a stream being read
+    std::shared_ptr<cfb::Node> node_;  // contents of a stream being written
     uint64_t pos_ = 0;
 };
 
@@ -103,22 +107,29 @@ public:
     HResult CreateStream(const std::string& name, uint32_t mode, std::unique_ptr<CfbStream>* out);
     // The children in the file's directory order (reading) or creation order (writing).
     std::vector<CfbEntry> List() const;
+    // True when a child of that name and kind exists; nothing is read.
+    bool HasChild(const std::string& name, bool isStorage) const;
+    // What went wrong in the last failed call on this storage, when its result code alone can't
+    // say (a damaged stream); empty otherwise.
+    const std::string& ErrorDetail() const { return detail_; }
 
     // For a root being written: lays the tree out as a compound file and closes it. Called by the
     // destructor when not called before; later calls return the first result.
     HResult Close();
 
 private:
-    friend HResult OpenStorageFile(const std::string&, uint32_t, std::unique_ptr<CfbStorage>*);
-    friend HResult OpenStorageMemory(std::vector<uint8_t>, std::unique_ptr<CfbStorage>*);
+    friend HResult OpenStorageMemory(std::vector<uint8_t>, std::unique_ptr<CfbStorage>*, std::string*);
     friend HResult CreateStorageFile(const std::string&, uint32_t, std::unique_ptr<CfbStorage>*);
     CfbStorage() = default;
     // Adds a child to a storage being written, replacing one of the same name under kSTGM_CREATE.
-    HResult NewChild(const std::string& name, uint32_t mode, bool isStorage, std::shared_ptr<Node>* child);
+    HResult NewChild(const std::string& name, uint32_t mode, bool isStorage, std::shared_ptr<cfb::Node>* child);
+    // The directory entry of a child being read, or cfb::kNoEntry.
+    uint32_t FindChild(const std::string& name) const;
     std::shared_ptr<FileState> file_;
-    void* infile_ = nullptr;  // GsfInfile* of a storage being read (reference held)
-    std::shared_ptr<Node> node_;
+    uint32_t entry_ = 0;                 // directory entry of a storage being read
+    std::shared_ptr<cfb::Node> node_;  // a storage being written
     std::string name_;
+    std::string detail_;
     bool isRoot_ = false;
     bool closed_ = false;
     HResult closeResult_ = kS_OK;
@@ -127,10 +138,13 @@ private:
 // kS_OK when the file begins with the compound-file signature, kS_FALSE when it doesn't,
 // kSTG_E_FILENOTFOUND when it can't be opened.
 HResult IsStorageFile(const std::string& fileName);
-// Opens a compound file read-only.
-HResult OpenStorageFile(const std::string& fileName, uint32_t mode, std::unique_ptr<CfbStorage>* out);
+// Opens a compound file read-only. When the file is refused, `detail` (if given) says why, in
+// words that the result code can't carry.
+HResult OpenStorageFile(const std::string& fileName, uint32_t mode, std::unique_ptr<CfbStorage>* out,
+                        std::string* detail = nullptr);
 // Opens a compound file held in memory, read-only.
-HResult OpenStorageMemory(std::vector<uint8_t> bytes, std::unique_ptr<CfbStorage>* out);
+HResult OpenStorageMemory(std::vector<uint8_t> bytes, std::unique_ptr<CfbStorage>* out,
+                          std::string* detail = nullptr);
 // Creates (replacing) a compound file; it is written when the returned root is closed.
 HResult CreateStorageFile(const std::string& fileName, uint32_t mode, std::unique_ptr<CfbStorage>* out);
 
