@@ -1,7 +1,9 @@
 // orcadx info FILE: what a Capture file holds, from its library record to its pages.
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <iostream>
+#include <vector>
 
 #include "cli/Context.h"
 #include "dbo/DboDesign.h"
@@ -19,18 +21,41 @@ struct InfoOptions {
     bool tree = true;
 };
 
-void PrintTree(dbo::TDboIStorage& storage, int depth, std::ostream& out) {
-    for (const auto& e : storage.Platform().List()) {
-        std::string name = dbo::UnescapeStorageName(e.name);
-        std::string indent(static_cast<size_t>(depth) * 2, ' ');
-        if (e.isStorage) {
-            out << indent << name << "/\n";
-            std::unique_ptr<dbo::TDboIStorage> child;
-            storage.OpenStorageSafe(name, child);
-            PrintTree(*child, depth + 1, out);
-        } else {
-            out << indent << name << "  " << e.size << "\n";
+// The tree of storages and streams, one line each, walked with a stack of its own: a file may nest
+// storages far deeper than the call stack goes. Indentation stops growing at kMaxIndent levels, and
+// deeper lines say their level, so that the output grows with the number of entries alone.
+constexpr size_t kMaxIndent = 32;
+
+void PrintTree(dbo::TDboIStorage& root, std::ostream& out) {
+    struct Level {
+        dbo::TDboIStorage* storage;
+        std::unique_ptr<dbo::TDboIStorage> owned;
+        std::vector<platform::CfbEntry> entries;
+        size_t next = 0;
+    };
+    std::vector<Level> stack;
+    stack.push_back({&root, nullptr, root.Platform().List()});
+    while (!stack.empty()) {
+        Level& level = stack.back();
+        if (level.next == level.entries.size()) {
+            stack.pop_back();
+            continue;
         }
+        const platform::CfbEntry& e = level.entries[level.next++];
+        const size_t depth = stack.size();
+        std::string name = dbo::UnescapeStorageName(e.name);
+        out << std::string(std::min(depth, kMaxIndent) * 2, ' ');
+        if (depth > kMaxIndent) out << "[level " << depth << "] ";
+        if (!e.isStorage) {
+            out << name << "  " << e.size << "\n";
+            continue;
+        }
+        out << name << "/\n";
+        std::unique_ptr<dbo::TDboIStorage> child;
+        level.storage->OpenStorageSafe(name, child);
+        auto entries = child->Platform().List();
+        dbo::TDboIStorage* raw = child.get();
+        stack.push_back({raw, std::move(child), std::move(entries)});
     }
 }
 
@@ -76,7 +101,7 @@ int Run(const InfoOptions& opt) {
         out << "Streams:\n";
         std::unique_ptr<dbo::TDboIStorage> root;
         dbo::OpenRootStorage(opt.file, root);
-        PrintTree(*root, 1, out);
+        PrintTree(*root, out);
     }
     if (!loadError.empty()) {
         std::cerr << "error: the file could not be read whole: " << loadError << "\n";

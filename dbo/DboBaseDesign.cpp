@@ -11,5 +11,6 @@ void TDboBaseDesign::GetLibPath(std::string& path) const { path = kDefaultLibPat
 bool TDboBaseDesign::Load(bool) { return false; }
 void TDboBaseDesign::Save() {}
 bool TDboBaseDesign::IsValid() const { return false; }
+void TDboBaseDesign::LoadMessage(int32_t, const std::string&) {}
 
 }  // namespace orcadx::dbo

@@ -29,6 +29,9 @@ public:
     virtual bool Load(bool headerOnly);
     virtual void Save();
     virtual bool IsValid() const;
+    // A message about what a load met and passed over (a name that a list repeats); a design
+    // with a log writes it there (severity as the log's: 0 error, 1 warning, 2 information).
+    virtual void LoadMessage(int32_t severity, const std::string& text);
 
     std::string LibPath() const {
         std::string p;

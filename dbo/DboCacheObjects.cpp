@@ -235,11 +235,19 @@ void TDboCacheItem::WriteAscii(TAsciiWriter& writer) {
 }
 
 TDboCacheElement* TDboCacheItem::FindCacheElement(const std::string& libPath) const {
-    for (int i = 0; i < Elements.Count(); ++i) {
-        TDboCacheElement* element = GetElements(i);
-        if (element && element->LibPath == libPath) return element;
-    }
-    return nullptr;
+    int at = byLibPath_.Find(
+        Elements.Items.size(), libPath,
+        [&](size_t i, std::string& key) {
+            auto* element = static_cast<const TDboCacheElement*>(Elements.Items[i].get());
+            if (!element) return false;
+            key = element->LibPath;
+            return true;
+        },
+        [&](size_t i) {
+            auto* element = static_cast<const TDboCacheElement*>(Elements.Items[i].get());
+            return element && element->LibPath == libPath;
+        });
+    return at < 0 ? nullptr : GetElements(at);
 }
 
 std::unique_ptr<TDboStorableObject> TDboCacheItemList::ConstructObject(TDboIStream&) {
@@ -247,38 +255,35 @@ std::unique_ptr<TDboStorableObject> TDboCacheItemList::ConstructObject(TDboIStre
 }
 
 void TDboCacheItemList::SortByName() {
-    Sort([](const TDboStorableObject* a, const TDboStorableObject* b) {
+    // Stable: items of names equal without case keep their order, and the first stays first.
+    std::stable_sort(Items.begin(), Items.end(), [](const auto& a, const auto& b) {
         if (!a || !b) return a != nullptr && b == nullptr;
-        return CompareTextNoCase(static_cast<const TDboCacheItem*>(a)->Name,
-                                 static_cast<const TDboCacheItem*>(b)->Name) < 0;
+        return CompareTextNoCase(static_cast<const TDboCacheItem*>(a.get())->Name,
+                                 static_cast<const TDboCacheItem*>(b.get())->Name) < 0;
     });
-    sortedByName_ = true;
-}
-
-void TDboCacheItemList::Add(std::unique_ptr<TDboStorableObject> item) {
-    sortedByName_ = false;
-    TDboStorableList::Add(std::move(item));
+    exactNames_.Reset();
+    foldedNames_.Reset();
 }
 
 TDboCacheItem* TDboCacheItemList::FindNamed(const std::string& name, bool exactCase) const {
-    auto matches = [&](const TDboStorableObject* object) {
-        auto* item = static_cast<const TDboCacheItem*>(object);
-        return item && (exactCase ? item->Name == name : SameTextNoCase(item->Name, name));
-    };
-    if (!sortedByName_) {
-        for (const auto& item : Items)
-            if (matches(item.get())) return static_cast<TDboCacheItem*>(item.get());
-        return nullptr;
-    }
-    // Sorted: the names equal without case stand together (null items at the end), in list order,
-    // and an exact match can only be among them.
-    auto before = [](const std::unique_ptr<TDboStorableObject>& item, const std::string& key) {
-        return item && CompareTextNoCase(static_cast<const TDboCacheItem*>(item.get())->Name, key) < 0;
-    };
-    for (auto it = std::lower_bound(Items.begin(), Items.end(), name, before);
-         it != Items.end() && *it && SameTextNoCase(static_cast<const TDboCacheItem*>(it->get())->Name, name); ++it)
-        if (matches(it->get())) return static_cast<TDboCacheItem*>(it->get());
-    return nullptr;
+    auto itemAt = [&](size_t i) { return static_cast<const TDboCacheItem*>(Items[i].get()); };
+    int at = exactCase ? exactNames_.Find(
+                             Items.size(), name,
+                             [&](size_t i, std::string& key) {
+                                 if (!itemAt(i)) return false;
+                                 key = itemAt(i)->Name;
+                                 return true;
+                             },
+                             [&](size_t i) { return itemAt(i) && itemAt(i)->Name == name; })
+                       : foldedNames_.Find(
+                             Items.size(), UpperCaseAscii(name),
+                             [&](size_t i, std::string& key) {
+                                 if (!itemAt(i)) return false;
+                                 key = UpperCaseAscii(itemAt(i)->Name);
+                                 return true;
+                             },
+                             [&](size_t i) { return itemAt(i) && SameTextNoCase(itemAt(i)->Name, name); });
+    return at < 0 ? nullptr : GetCacheItems(at);
 }
 
 TDboCacheItem* TDboCacheItemList::AddItem(const std::string& name, std::unique_ptr<TDboCacheElement> element) {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <unordered_map>
 
 #include "dbo/DboLibObjects.h"
 #include "dbo/DboSymbolObjects.h"
@@ -123,6 +124,37 @@ protected:
 // ---------------------------------------------------------------------------------------------
 // Items and lists
 
+// The position of the first item of each key in a list that grows at its end: items appended since
+// the last search are taken in, and a hit that no longer holds (the list was reordered or an item
+// changed) builds the index anew. A list changed other than by appending calls Reset.
+class TFirstIndex {
+public:
+    // `keyOf(i, key)` gives item i's key (false for no item); `holds(i)` tells whether item i
+    // still has the key searched for. -1 when no item has it.
+    template <class KeyOf, class Holds>
+    int Find(size_t count, const std::string& key, KeyOf&& keyOf, Holds&& holds) {
+        for (int pass = 0; pass < 2; ++pass) {
+            if (count < indexed_) Reset();
+            std::string itemKey;
+            for (; indexed_ < count; ++indexed_)
+                if (keyOf(indexed_, itemKey)) first_.emplace(std::move(itemKey), indexed_);
+            auto it = first_.find(key);
+            if (it == first_.end()) return -1;
+            if (holds(it->second)) return static_cast<int>(it->second);
+            Reset();
+        }
+        return -1;
+    }
+    void Reset() {
+        first_.clear();
+        indexed_ = 0;
+    }
+
+private:
+    std::unordered_map<std::string, size_t> first_;
+    size_t indexed_ = 0;
+};
+
 // All copies of one name: Str "Name", then the list of elements.
 class TDboCacheItem : public TDboObject {
 public:
@@ -140,6 +172,9 @@ public:
     // First element whose LibPath is `libPath`, exactly; null if none.
     TDboCacheElement* FindCacheElement(const std::string& libPath) const;
     TDboCacheElement* GetElements(int index) const { return Elements.As<TDboCacheElement>(index); }
+
+private:
+    mutable TFirstIndex byLibPath_;
 };
 
 class TDboCacheItemList : public TDboStorableList {
@@ -157,14 +192,13 @@ public:
     void SortByName();
     // A new item named `name` holding `element` alone.
     TDboCacheItem* AddItem(const std::string& name, std::unique_ptr<TDboCacheElement> element);
-    void Add(std::unique_ptr<TDboStorableObject> item) override;
-    // The first item whose Name equals `name` (exactly, or with case ignored); null if none. A list
-    // sorted by name is searched by bisection, any other from its start.
+    // The first item whose Name equals `name` (exactly, or with case ignored); null if none. Through
+    // hash indexes of the names, which follow appended items.
     TDboCacheItem* FindNamed(const std::string& name, bool exactCase) const;
 
 private:
-    // True from SortByName until an item is added: the name searches may then bisect.
-    bool sortedByName_ = false;
+    mutable TFirstIndex exactNames_;
+    mutable TFirstIndex foldedNames_;
 };
 
 class TDboCacheSymbolList : public TDboCacheItemList {

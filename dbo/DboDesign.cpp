@@ -101,6 +101,10 @@ void TDboDesign::GetLibPath(std::string& path) const {
 
 bool TDboDesign::IsValid() const { return Lib->IsValid(); }
 
+void TDboDesign::LoadMessage(int32_t severity, const std::string& text) {
+    platform::LogMessage(LogSection, severity, text);
+}
+
 void TDboDesign::Report(int& steps, int newSteps) {
     steps = newSteps;
     platform::StatusReporter(Status).Advance(static_cast<int32_t>(platform::RoundHalfEven(PercentShare / 5.0)));
@@ -163,25 +167,35 @@ bool TDboDesign::Load(bool headerOnly) {
             {
                 std::unique_ptr<TDboIStorage> packages;
                 Storage->OpenStorageSafe("Packages", packages);
+                TRepeatedNames repeated;
                 for (int i = 0; i < PkgDir->Count(); ++i) {
                     const std::string& name = PkgDir->GetEntries(i)->EntryName;
                     if (!packages->ExistStream(name)) continue;
+                    // A package that the directory names again was loaded already.
+                    if (!repeated.Claim(packages->StoredName(name), name)) continue;
                     std::unique_ptr<TDboIStream> s;
                     packages->OpenStreamSafe(name, s);
                     auto component = Make<TDboLibComponent>(this);
                     LoadInStream("stream \"Packages/" + name + "\"", *s, [&] { component->Load(*s); });
                     Components.push_back(std::move(component));
                 }
+                ReportRepeats(repeated, "Packages Directory");
             }
             {
                 std::unique_ptr<TDboIStorage> symbols;
                 Storage->OpenStorageSafe("Symbols", symbols);
                 int count = SymbolDir->Count();
+                // The loop also meets the entries that the cache's symbols made: a stream is loaded
+                // once for all of them, and only names that the file's directory repeats are told.
+                TRepeatedNames loaded, listed;
                 for (int i = 0; i < count; ++i) {
                     TDboLibSymbolDirEntry* entry = SymbolDir->GetEntries(i);
                     std::string name = entry->SymbolName;
                     int id = entry->SymbolID;
+                    std::string stored = symbols->StoredName(name);
+                    if (i >= fileEntriesStart) listed.Claim(stored.empty() ? platform::UpperCaseAscii(name) : stored, name);
                     if (!symbols->ExistStream(name)) continue;
+                    if (!loaded.Claim(stored, name)) continue;
                     std::unique_ptr<TDboIStream> s;
                     symbols->OpenStreamSafe(name, s);
                     auto symbol = CreateSymbol(this, id);
@@ -192,6 +206,7 @@ bool TDboDesign::Load(bool headerOnly) {
                 // AddSymbol gave every symbol read its own directory entry; the entries read from
                 // the file served only to find the streams, and would stand twice in a later save.
                 SymbolDir->Items.erase(SymbolDir->Items.begin() + fileEntriesStart, SymbolDir->Items.begin() + count);
+                ReportRepeats(listed, "Symbols Directory");
             }
             Report(steps, 5);
         }
@@ -200,10 +215,21 @@ bool TDboDesign::Load(bool headerOnly) {
             finish();
         } catch (...) {
         }
-        throw;
+        try {
+            throw;
+        } catch (const std::bad_alloc&) {
+            throw Exception("Not enough memory to load " + FileName);
+        }
     }
     finish();
     return result;
+}
+
+void TDboDesign::ReportRepeats(const TRepeatedNames& repeated, const std::string& directory) {
+    repeated.Report([&](const std::string& name, int times) {
+        LoadMessage(host::kLogWarning,
+                    fmt::format("\"{}\" is named {} times in \"{}\"; it is loaded once", name, times, directory));
+    });
 }
 
 void TDboDesign::BuildFromCache(TDboCache& cache) {

@@ -44,6 +44,8 @@ public:
     bool Load(bool headerOnly) override;
     void Save() override;
     bool IsValid() const override;
+    // Into LogSection ("Load Messages"), when there is one.
+    void LoadMessage(int32_t severity, const std::string& text) override;
 
     void AddComponent(std::unique_ptr<TDboLibComponent> component);
     void AddView(std::unique_ptr<TDboSchematics> view);
@@ -64,6 +66,7 @@ public:
 
 private:
     void BuildFromCache(TDboCache& cache);
+    void ReportRepeats(const TRepeatedNames& repeated, const std::string& directory);
     void Report(int& steps, int newSteps);
     void WriteLibraryDirectories();
 };

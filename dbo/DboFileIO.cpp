@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <cstring>
+#include <new>
 
 #include "platform/CodePage.h"
 
@@ -50,6 +51,32 @@ void RethrowInStream(const std::string& where, uint64_t offset) {
     }
 }
 
+void RethrowInStream(const std::string& where, const TDboIStream& stream) {
+    std::string place = fmt::format("{}, stream offset {:08X}", where, stream.FieldStart());
+    if (!stream.FailedField().empty()) place += fmt::format(", field \"{}\"", stream.FailedField());
+    try {
+        throw;
+    } catch (const EDboFileIO& e) {
+        throw EDboFileIO(fmt::format("{} ({})", e.what(), place));
+    } catch (const Exception& e) {
+        throw Exception(fmt::format("{} ({})", e.what(), place));
+    } catch (const std::bad_alloc&) {
+        throw Exception(fmt::format("Not enough memory to read {}", place));
+    }
+}
+
+void RethrowWithPlace(const std::string& where) {
+    try {
+        throw;
+    } catch (const EDboFileIO& e) {
+        throw EDboFileIO(fmt::format("{} ({})", e.what(), where));
+    } catch (const Exception& e) {
+        throw Exception(fmt::format("{} ({})", e.what(), where));
+    } catch (const std::bad_alloc&) {
+        throw Exception(fmt::format("Not enough memory to read {}", where));
+    }
+}
+
 // ---------------------------------------------------------------------------------------------
 // TDboIStream
 
@@ -64,7 +91,8 @@ uint64_t TDboIStream::Remaining() const {
     return pos < size ? size - pos : 0;
 }
 
-void TDboIStream::ReadError(uint64_t position, uint64_t wanted) const {
+void TDboIStream::ReadError(uint64_t position, uint64_t wanted) {
+    failedField_ = std::string(fieldName_);
     throw EDboFileIO(fmt::format("Reading stream: {} {:08X}({})", GetName(), position, wanted));
 }
 
@@ -76,9 +104,13 @@ int TDboIStream::CheckedRead(void* buffer, uint32_t count) {
     return 0;
 }
 
-int TDboIStream::ReadByte(std::string_view, uint8_t& value) { return CheckedRead(&value, 1); }
+int TDboIStream::ReadByte(std::string_view name, uint8_t& value) {
+    BeginField(name);
+    return CheckedRead(&value, 1);
+}
 
-int TDboIStream::ReadWord(std::string_view, uint16_t& value) {
+int TDboIStream::ReadWord(std::string_view name, uint16_t& value) {
+    BeginField(name);
     uint8_t b[2];
     CheckedRead(b, 2);
     value = static_cast<uint16_t>(b[0] | (b[1] << 8));
@@ -92,7 +124,8 @@ int TDboIStream::ReadWord(std::string_view name, int16_t& value) {
     return 0;
 }
 
-int TDboIStream::ReadInt(std::string_view, int32_t& value) {
+int TDboIStream::ReadInt(std::string_view name, int32_t& value) {
+    BeginField(name);
     uint8_t b[4];
     CheckedRead(b, 4);
     value = static_cast<int32_t>(uint32_t(b[0]) | (uint32_t(b[1]) << 8) | (uint32_t(b[2]) << 16) | (uint32_t(b[3]) << 24));
@@ -106,7 +139,8 @@ int TDboIStream::ReadInt(std::string_view name, uint32_t& value) {
     return 0;
 }
 
-int TDboIStream::ReadInt64(std::string_view, int64_t& value) {
+int TDboIStream::ReadInt64(std::string_view name, int64_t& value) {
+    BeginField(name);
     uint8_t b[8];
     CheckedRead(b, 8);
     uint64_t v = 0;
@@ -117,7 +151,7 @@ int TDboIStream::ReadInt64(std::string_view, int64_t& value) {
 
 int TDboIStream::ReadStr(std::string_view name, std::string& value) {
     uint16_t len;
-    ReadWord(name, len);
+    ReadWord(name, len);  // the field begins with its length
     std::string raw(len, '\0');
     if (len) CheckedRead(raw.data(), len);
     uint8_t terminator;
@@ -126,12 +160,14 @@ int TDboIStream::ReadStr(std::string_view name, std::string& value) {
     return 0;
 }
 
-int TDboIStream::ReadData(std::string_view, void* buffer, uint32_t size) {
+int TDboIStream::ReadData(std::string_view name, void* buffer, uint32_t size) {
+    BeginField(name);
     if (size == 0) return 0;
     return CheckedRead(buffer, size);
 }
 
 int TDboIStream::ReadData(std::string_view name, std::vector<uint8_t>& out, uint64_t size) {
+    BeginField(name);
     if (size > Remaining()) ReadError(Position(), size);
     out.resize(static_cast<size_t>(size));
     return ReadData(name, out.data(), static_cast<uint32_t>(size));
@@ -182,13 +218,15 @@ int TDboIStream::WriteData(std::string_view name, const std::vector<uint8_t>& da
 }
 
 uint8_t TDboIStream::LookAhead() {
+    BeginField("LookAhead");
     uint8_t b;
     CheckedRead(&b, 1);
     stream_->Seek(-1, platform::SeekOrigin::Current, nullptr);
     return b;
 }
 
-bool TDboIStream::TrySkipNext(std::string_view, const uint8_t* pattern, int highIndex, bool& found) {
+bool TDboIStream::TrySkipNext(std::string_view name, const uint8_t* pattern, int highIndex, bool& found) {
+    BeginField(name);
     uint32_t count = static_cast<uint32_t>(highIndex + 1);
     std::vector<uint8_t> buf(count);
     uint32_t read = 0;
@@ -203,11 +241,12 @@ bool TDboIStream::TrySkipNext(std::string_view name, const uint8_t* pattern, int
     return TrySkipNext(name, pattern, highIndex, found);
 }
 
-void TDboIStream::SkipTo(std::string_view, const uint8_t* pattern, int highIndex) {
+void TDboIStream::SkipTo(std::string_view name, const uint8_t* pattern, int highIndex) {
+    BeginField(name);
     int match = 0;
     while (match <= highIndex) {
         uint8_t b;
-        CheckedRead(&b, 1);
+        CheckedRead(&b, 1);  // a failure here names the field being searched for
         match = b == pattern[match] ? match + 1 : 0;
     }
 }
@@ -278,9 +317,27 @@ bool TDboIStorage::ExistStream(const std::string& name) { return storage_->HasCh
 
 bool TDboIStorage::ExistStorage(const std::string& name) { return storage_->HasChild(EscapeStorageName(name), true); }
 
+std::string TDboIStorage::StoredName(const std::string& name) const {
+    return storage_->StoredName(EscapeStorageName(name));
+}
+
 void TDboIStorage::Close() {
     platform::HResult hr = storage_->Close();
     if (hr != platform::kS_OK) throw EDboFileIO("Error writing storage\r\n" + StorageErrorText(hr));
+}
+
+// ---------------------------------------------------------------------------------------------
+// TRepeatedNames
+
+bool TRepeatedNames::Claim(const std::string& key, const std::string& shown) {
+    auto [it, first] = seen_.try_emplace(key, std::string::npos);
+    if (first) return true;
+    if (it->second == std::string::npos) {
+        it->second = repeats_.size();
+        repeats_.push_back({shown, 1});
+    }
+    ++repeats_[it->second].second;
+    return false;
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "platform/CompoundFile.h"
@@ -32,6 +33,14 @@ public:
 // with where in the file it happened added to its message ("... (where, stream offset 0000002A)").
 // Anything else passes unchanged.
 [[noreturn]] void RethrowInStream(const std::string& where, uint64_t offset);
+
+class TDboIStream;
+// The same for a failure while reading `stream`: the offset is where the failing field began, and
+// a read past the end also names the field ("... (where, stream offset 0000002A, field "Name")").
+// Running out of memory becomes an Exception that says where.
+[[noreturn]] void RethrowInStream(const std::string& where, const TDboIStream& stream);
+// The same without a stream: "... (where)".
+[[noreturn]] void RethrowWithPlace(const std::string& where);
 
 // Four bytes that open an extra-data block, and the eight bytes that close a block with no data.
 extern const uint8_t kExtraDataMask[4];
@@ -91,6 +100,11 @@ public:
     // Reads single bytes until the pattern has been passed; raises at the end of the stream.
     void SkipTo(std::string_view name, const uint8_t* pattern, int highIndex);
 
+    // Where the field that a read primitive was last asked for began, and the name of the field
+    // whose read failed (empty until one does).
+    uint64_t FieldStart() const { return fieldStart_; }
+    const std::string& FailedField() const { return failedField_; }
+
     // Trace points only.
     void ReadBegin(std::string_view) {}
     void ReadEnd(std::string_view) {}
@@ -98,11 +112,18 @@ public:
     void WriteEnd(std::string_view) {}
 
 private:
+    void BeginField(std::string_view name) {
+        fieldStart_ = stream_->Position();
+        fieldName_ = name;
+    }
     int CheckedRead(void* buffer, uint32_t count);
-    [[noreturn]] void ReadError(uint64_t position, uint64_t wanted) const;
+    [[noreturn]] void ReadError(uint64_t position, uint64_t wanted);
     int Write(const void* buffer, uint32_t count);
 
     std::unique_ptr<platform::CfbStream> stream_;
+    uint64_t fieldStart_ = 0;
+    std::string_view fieldName_;  // valid only during the primitive's call
+    std::string failedField_;
 };
 
 class TDboIStorage {
@@ -121,6 +142,9 @@ public:
     void CreateStreamSafe(const std::string& name);
     bool ExistStream(const std::string& name);
     bool ExistStorage(const std::string& name);
+    // The escaped name, as the file holds it, of the child that `name` finds; empty when there is
+    // none. Two names that find the same child give the same text.
+    std::string StoredName(const std::string& name) const;
 
     // A root being written is laid out as a file here; raises when that fails.
     void Close();
@@ -143,13 +167,33 @@ std::string StorageErrorText(uint32_t result);
 // A stream name made unique within `storage` and kept within 31 characters.
 std::string MakeUniqueStreamName(TDboIStorage& storage, const std::string& name);
 
+// The streams and storages that one list names, so that each is loaded once however often the
+// list names it. Keys are the names as the file holds them (StoredName), so that names differing
+// only in case that find one stream count as the same.
+class TRepeatedNames {
+public:
+    // True the first time `key` is met; later times are counted against `shown`.
+    bool Claim(const std::string& key, const std::string& shown);
+    // Calls report(name, times named) once for each name met more than once, in the order of
+    // their first repeat.
+    template <class F>
+    void Report(F&& report) const {
+        for (const auto& [name, times] : repeats_) report(name, times);
+    }
+    bool Empty() const { return repeats_.empty(); }
+
+private:
+    std::unordered_map<std::string, size_t> seen_;  // key -> index in repeats_, or npos
+    std::vector<std::pair<std::string, int>> repeats_;
+};
+
 // Runs `load` over `stream`; a failure tells `where` and the stream's position.
 template <class F>
 void LoadInStream(const std::string& where, TDboIStream& stream, F&& load) {
     try {
         load();
     } catch (...) {
-        RethrowInStream(where, stream.Position());
+        RethrowInStream(where, stream);
     }
 }
 

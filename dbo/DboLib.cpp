@@ -58,9 +58,21 @@ void TDboBaseLib::GetString(std::string& text, int index) const {
 }
 
 int TDboBaseLib::GetIndex(const std::string& text) const {
-    for (size_t i = 0; i < Strings.size(); ++i)
-        if (platform::SameTextNoCase(Strings[i], text)) return static_cast<int>(i);
-    return -1;
+    if (Strings.size() < indexedStrings_) StringsChanged();
+    // Entries appended since the last search join the index; the first of a text keeps its place.
+    for (; indexedStrings_ < Strings.size(); ++indexedStrings_)
+        stringIndex_.emplace(platform::UpperCaseAscii(Strings[indexedStrings_]), static_cast<int>(indexedStrings_));
+    auto it = stringIndex_.find(platform::UpperCaseAscii(text));
+    if (it == stringIndex_.end()) return -1;
+    if (platform::SameTextNoCase(Strings[it->second], text)) return it->second;
+    // An entry changed in place: the index is built anew.
+    StringsChanged();
+    return GetIndex(text);
+}
+
+void TDboBaseLib::StringsChanged() const {
+    stringIndex_.clear();
+    indexedStrings_ = 0;
 }
 
 int TDboBaseLib::AddString(const std::string& text) {
@@ -159,6 +171,7 @@ int TDboLib::Load(TDboIStream& stream) {
         strCount = w;
     }
     Strings.clear();
+    StringsChanged();
     for (int32_t i = 0; i < strCount; ++i) {
         std::string s;
         stream.ReadStr("StrList", s);

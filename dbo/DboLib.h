@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "dbo/DboBaseObjects.h"
@@ -47,6 +48,8 @@ public:
     std::vector<uint16_t> DefaultFonts;
     TDboLibAliasList Aliases;
     TDboFontList Fonts;
+    // Grows by appending (AddString); a change of another kind must be followed by
+    // StringsChanged, since GetIndex keeps an index of the entries.
     std::vector<std::string> Strings;
 
     int Load(TDboIStream&) override { return 0; }
@@ -55,7 +58,11 @@ public:
     virtual TDboFont* GetFont(int index) const;
     virtual TDboFont* GetDefaultFont(int which) const;
     virtual void GetString(std::string& text, int index) const;
+    // The first entry equal to `text`, case ignored; -1 if none. Through a hash index that takes in
+    // the entries appended since the last call.
     virtual int GetIndex(const std::string& text) const;
+    // Drops the index of Strings, after a change other than appending.
+    void StringsChanged() const;
     std::string GetString(int index) const {
         std::string s;
         GetString(s, index);
@@ -63,6 +70,10 @@ public:
     }
     int AddString(const std::string& text);
     TDboLibAlias* AddAlias(const std::string& part, const std::string& alias);
+
+private:
+    mutable std::unordered_map<std::string, int> stringIndex_;  // folded text -> first index
+    mutable size_t indexedStrings_ = 0;                        // entries of Strings in the index
 };
 
 extern const char kDesignIdentifier[32];

@@ -316,5 +316,6 @@ public:
 
 using platform::CompareTextNoCase;
 using platform::SameTextNoCase;
+using platform::UpperCaseAscii;
 
 }  // namespace orcadx::dbo

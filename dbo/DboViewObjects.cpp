@@ -6,6 +6,7 @@
 #include "dbo/DboGraphicObjects.h"
 #include "dbo/DboHierarchyObjects.h"
 #include "dbo/DboObjects.h"
+#include "host/HostInterfaces.h"
 
 namespace orcadx::dbo {
 
@@ -40,17 +41,31 @@ constexpr PageSizeEntry kPageSizes[] = {
 TDboViewDirEntryList::~TDboViewDirEntryList() = default;
 
 std::unique_ptr<TDboStorableObject> TDboViewDirEntryList::ConstructObject(TDboIStream&) {
-    return Make<TDboViewDirEntry>(Design);
+    auto entry = Make<TDboViewDirEntry>(Design);
+    entry->Owner = this;
+    return entry;
 }
 
 void TDboViewDirEntryList::Add(std::unique_ptr<TDboStorableObject> item) {
-    if (auto* entry = dynamic_cast<TDboViewDirEntry*>(item.get())) entry->Owner = this;
+    if (auto* entry = dynamic_cast<TDboViewDirEntry*>(item.get())) {
+        if (entry->Repeated) return;
+        entry->Owner = this;
+    }
     TDboStorableList::Add(std::move(item));
 }
 
 int TDboViewDirEntryList::Load(TDboIStream& stream) {
     stream.ReadInt("Date", Date);
-    return TDboStorableList::Load(stream);
+    repeated_ = TRepeatedNames();
+    int result = TDboStorableList::Load(stream);
+    if (Design)
+        repeated_.Report([&](const std::string& name, int times) {
+            Design->LoadMessage(host::kLogWarning,
+                                fmt::format("View \"{}\" is named {} times in \"Views Directory\"; it is loaded once",
+                                            name, times));
+        });
+    repeated_ = TRepeatedNames();
+    return result;
 }
 
 int TDboViewDirEntryList::Save(TDboIStream& stream) {
@@ -80,20 +95,34 @@ void TDboViewDirEntry::Initialize() {
 }
 
 int TDboViewDirEntry::Load(TDboIStream& stream) {
-    stream.ReadStr("Name", Name);
-    stream.ReadData("UnknownData", UnknownData);
+    LoadInStream("stream \"Views Directory\"", stream, [&] {
+        stream.ReadStr("Name", Name);
+        stream.ReadData("UnknownData", UnknownData);
+    });
 
     if (!Design || !Design->Storage)
         throw Exception(fmt::format("View {} can't be read: the design has no open storage", Name));
     std::unique_ptr<TDboIStorage> views;
     Design->Storage->OpenStorageSafe("Views", views);
-    if (!views->ExistStorage(Name)) return 0;
+    const bool exists = views->ExistStorage(Name);
+    // A view is loaded once however often the list names it; a name without a storage is an
+    // empty view, met once too.
+    if (Owner && !Owner->ClaimView(exists ? views->StoredName(Name) : Name, Name)) {
+        Repeated = true;
+        return 0;
+    }
+    if (!exists) return 0;
     std::unique_ptr<TDboIStorage> view;
     views->OpenStorageSafe(Name, view);
     {
         std::unique_ptr<TDboIStream> schematic;
-        view->OpenStreamSafe("Schematic", schematic);
-        Schematics->Load(*schematic);
+        try {
+            view->OpenStreamSafe("Schematic", schematic);
+        } catch (...) {
+            RethrowWithPlace(fmt::format("view \"{}\"", Name));
+        }
+        LoadInStream(fmt::format("view \"{}\", stream \"Schematic\"", Name), *schematic,
+                     [&] { Schematics->Load(*schematic); });
     }
     Schematics->LoadPages(*view);
     Schematics->LoadHierarchy(*view);
@@ -166,15 +195,40 @@ TDboPage* TDboSchematics::AddPage(std::unique_ptr<TDboPage> page) {
 
 void TDboSchematics::LoadPages(TDboIStorage& viewStorage) {
     std::unique_ptr<TDboIStorage> pages;
-    viewStorage.OpenStorageSafe("Pages", pages);
+    try {
+        viewStorage.OpenStorageSafe("Pages", pages);
+    } catch (...) {
+        RethrowWithPlace(fmt::format("view \"{}\"", ViewName));
+    }
+    TRepeatedNames repeated;
+    std::vector<std::string> loaded;
+    loaded.reserve(PageNames.size());
     for (const auto& name : PageNames) {
+        std::string stored = pages->StoredName(name);
+        if (!repeated.Claim(stored.empty() ? name : stored, name)) continue;
         std::unique_ptr<TDboIStream> s;
-        pages->OpenStreamSafe(name, s);
+        const std::string where = fmt::format("page \"{}\" of view \"{}\"", name, ViewName);
+        try {
+            pages->OpenStreamSafe(name, s);
+        } catch (...) {
+            RethrowWithPlace(where);
+        }
         auto page = Make<TDboPage>(Design);
         // A failure keeps its kind and message and is told where in the file it happened.
-        LoadInStream(fmt::format("page \"{}\" of view \"{}\"", name, ViewName), *s, [&] { page->Load(*s); });
+        LoadInStream(where, *s, [&] { page->Load(*s); });
         Pages.push_back(std::move(page));
+        loaded.push_back(name);
     }
+    if (repeated.Empty()) return;
+    // The names stay parallel to the pages.
+    PageNames = std::move(loaded);
+    if (Design)
+        repeated.Report([&](const std::string& name, int times) {
+            Design->LoadMessage(host::kLogWarning,
+                                fmt::format("Page \"{}\" is named {} times in the page list of view \"{}\"; it is "
+                                            "loaded once",
+                                            name, times, ViewName));
+        });
 }
 
 void TDboSchematics::SavePages(TDboIStorage& viewStorage) {
@@ -191,11 +245,16 @@ void TDboSchematics::SavePages(TDboIStorage& viewStorage) {
 
 void TDboSchematics::LoadHierarchy(TDboIStorage& viewStorage) {
     if (!viewStorage.ExistStorage("Hierarchy")) return;
+    const std::string where = fmt::format("view \"{}\", stream \"Hierarchy\"", ViewName);
     std::unique_ptr<TDboIStorage> storage;
-    viewStorage.OpenStorageSafe("Hierarchy", storage);
     std::unique_ptr<TDboIStream> s;
-    storage->OpenStreamSafe("Hierarchy", s);
-    Hierarchy->Load(*s);
+    try {
+        viewStorage.OpenStorageSafe("Hierarchy", storage);
+        storage->OpenStreamSafe("Hierarchy", s);
+    } catch (...) {
+        RethrowWithPlace(where);
+    }
+    LoadInStream(where, *s, [&] { Hierarchy->Load(*s); });
 }
 
 TDboPage* TDboSchematics::GetPages(int index) const {

@@ -35,14 +35,22 @@ public:
     std::unique_ptr<TDboIStorage> ViewsStorage;  // open only during Save
     int32_t Date = 0;
 
+    // The entry is the list's from the start, so that its load can ask ClaimView.
     std::unique_ptr<TDboStorableObject> ConstructObject(TDboIStream& stream) override;
-    // Also makes the list the entry's Owner.
+    // Also makes the list the entry's Owner. An entry that repeats a view loaded before is dropped.
     void Add(std::unique_ptr<TDboStorableObject> item) override;
+    // A view that the list names more than once is loaded once; the repeats are reported to the
+    // design, once per name.
     int Load(TDboIStream& stream) override;
+    // During Load: true the first time a view (by its storage) is met.
+    bool ClaimView(const std::string& key, const std::string& name) { return repeated_.Claim(key, name); }
     // Needs the design's root storage (Design->Storage) open for writing.
     int Save(TDboIStream& stream) override;
 
     TDboViewDirEntry* GetEntries(int index) const { return As<TDboViewDirEntry>(index); }
+
+private:
+    TRepeatedNames repeated_;
 };
 
 // One view: its name and its schematic folder with pages and hierarchy.
@@ -56,6 +64,8 @@ public:
     std::string Name;
     std::array<uint8_t, 22> UnknownData{};
     std::unique_ptr<TDboSchematics> Schematics;
+    // Set by Load when the view was loaded before under this name or another that finds it.
+    bool Repeated = false;
 
     void Initialize() override;
     // Reads "Name" and "UnknownData", then the view's storage "Views"/<Name> from the design's
@@ -91,7 +101,9 @@ public:
 
     // Adds the page's name to PageNames and the page to Pages.
     TDboPage* AddPage(std::unique_ptr<TDboPage> page);
-    // Reads one page stream of the storage "Pages" per name in PageNames.
+    // Reads one page stream of the storage "Pages" per name in PageNames. A page that the list
+    // names more than once is loaded once and keeps its first place; the repeats leave PageNames
+    // and are reported to the design, once per name.
     void LoadPages(TDboIStorage& viewStorage);
     // Creates the storage "Pages" and one stream per name, holding the page of the same index.
     void SavePages(TDboIStorage& viewStorage);

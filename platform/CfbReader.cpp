@@ -15,12 +15,6 @@ namespace {
 // Storages with more children than this get a hash index of their names on the first lookup.
 constexpr uint32_t kIndexedChildren = 16;
 
-std::string Folded(const std::string& name) {
-    std::string out = name;
-    for (char& c : out) c = FoldUpper(c);
-    return out;
-}
-
 const char* TypeName(uint8_t type) {
     switch (type) {
         case kTypeUnused: return "unused";
@@ -302,11 +296,11 @@ uint32_t Reader::Find(uint32_t storage, const std::string& name) const {
         // The first child of a name wins, as a search from the start would find it.
         for (uint32_t i = 0; i < n; ++i) {
             index.exact.emplace(entries_[kids[i]].name, kids[i]);
-            index.folded.emplace(Folded(entries_[kids[i]].name), kids[i]);
+            index.folded.emplace(UpperCaseAscii(entries_[kids[i]].name), kids[i]);
         }
     }
     if (auto hit = index.exact.find(name); hit != index.exact.end()) return hit->second;
-    if (auto hit = index.folded.find(Folded(name)); hit != index.folded.end()) return hit->second;
+    if (auto hit = index.folded.find(UpperCaseAscii(name)); hit != index.folded.end()) return hit->second;
     return kNoEntry;
 }
 

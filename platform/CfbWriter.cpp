@@ -14,28 +14,22 @@ constexpr uint32_t kSectorSize = 512;
 constexpr uint32_t kPerSector = kSectorSize / 4;
 constexpr uint32_t kDifatPerSector = kPerSector - 1;
 
-std::string Folded(const std::string& name) {
-    std::string out = name;
-    for (char& c : out) c = FoldUpper(c);
-    return out;
-}
-
 uint64_t CeilDiv(uint64_t a, uint64_t b) { return (a + b - 1) / b; }
 
 }  // namespace
 
 std::shared_ptr<Node> Node::Find(const std::string& childName) const {
-    auto it = index_.find(Folded(childName));
+    auto it = index_.find(UpperCaseAscii(childName));
     return it == index_.end() ? nullptr : children[it->second];
 }
 
 void Node::Put(std::shared_ptr<Node> child) {
-    std::string key = Folded(child->name);
+    std::string key = UpperCaseAscii(child->name);
     if (auto it = index_.find(key); it != index_.end()) {
         // The old child leaves; the new one goes to the end, as a child created anew does.
         children.erase(children.begin() + static_cast<std::ptrdiff_t>(it->second));
         index_.clear();
-        for (size_t i = 0; i < children.size(); ++i) index_.emplace(Folded(children[i]->name), i);
+        for (size_t i = 0; i < children.size(); ++i) index_.emplace(UpperCaseAscii(children[i]->name), i);
     }
     index_.emplace(std::move(key), children.size());
     children.push_back(std::move(child));

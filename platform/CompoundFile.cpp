@@ -116,6 +116,15 @@ bool CfbStorage::HasChild(const std::string& name, bool isStorage) const {
     return child != cfb::kNoEntry && (file_->reader->GetEntry(child).type == cfb::kTypeStorage) == isStorage;
 }
 
+std::string CfbStorage::StoredName(const std::string& name) const {
+    if (node_) {
+        auto child = node_->Find(name);
+        return child ? child->name : std::string();
+    }
+    uint32_t child = FindChild(name);
+    return child == cfb::kNoEntry ? std::string() : file_->reader->GetEntry(child).name;
+}
+
 HResult CfbStorage::OpenStorage(const std::string& name, uint32_t /*mode*/, std::unique_ptr<CfbStorage>* out) {
     out->reset();
     detail_.clear();

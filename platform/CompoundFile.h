@@ -109,6 +109,9 @@ public:
     std::vector<CfbEntry> List() const;
     // True when a child of that name and kind exists; nothing is read.
     bool HasChild(const std::string& name, bool isStorage) const;
+    // The name, as the file holds it, of the child that `name` finds (names that differ only in
+    // case may find the same child); empty when there is none.
+    std::string StoredName(const std::string& name) const;
     // What went wrong in the last failed call on this storage, when its result code alone can't
     // say (a damaged stream); empty otherwise.
     const std::string& ErrorDetail() const { return detail_; }
