@@ -67,6 +67,7 @@ int Run(const InfoOptions& opt) {
     ctx.StartRun();
     ctx.status->SetProgressRange(100);
     auto design = std::make_unique<dbo::TDboDesign>(opt.file, ctx.status.get(), 100, ctx.log.get());
+    design->KeepStorage = opt.tree;  // the tree is read from the file opened once
     std::string loadError;
     try {
         design->Load(false);
@@ -99,10 +100,15 @@ int Run(const InfoOptions& opt) {
     }
     if (opt.tree) {
         out << "Streams:\n";
-        std::unique_ptr<dbo::TDboIStorage> root;
-        dbo::OpenRootStorage(opt.file, root);
+        std::unique_ptr<dbo::TDboIStorage> root = std::move(design->Storage);
+        if (!root) dbo::OpenRootStorage(opt.file, root);
         PrintTree(*root, out);
     }
+    out.flush();
+    // The process ends right after this: the design's memory goes back with it, not object by object.
+    // Held by a static pointer, it stays reachable for leak checkers.
+    [[maybe_unused]] static dbo::TDboDesign* keptUntilExit = nullptr;
+    keptUntilExit = design.release();
     if (!loadError.empty()) {
         std::cerr << "error: the file could not be read whole: " << loadError << "\n";
         return kExitFailed;

@@ -158,10 +158,13 @@ void TDboStorableObject::LoadExtendedHeader(TDboIStream& stream) {
         stream.SkipTo(fmt::format("UserProps for {}", ID), kEndBlockMask, 7);
         return;
     }
+    static constexpr std::string_view kHeaderNames[] = {"Header_0", "Header_1", "Header_2", "Header_3",
+                                                        "Header_4", "Header_5", "Header_6", "Header_7"};
     HeaderRecords.assign(n, 0);
     for (int i = 0; i < n; ++i) {
         stream.ReadByte("ID", ID);
-        stream.ReadInt64(fmt::format("Header_{}", i), HeaderRecords[i]);
+        // The field names go to the trace only; records have at most five headers.
+        stream.ReadInt64(i < 8 ? kHeaderNames[i] : std::string_view("Header_"), HeaderRecords[i]);
     }
     Header = HeaderRecords[0];
     stream.ReadByte("ID", ID);

@@ -235,18 +235,10 @@ void TDboCacheItem::WriteAscii(TAsciiWriter& writer) {
 }
 
 TDboCacheElement* TDboCacheItem::FindCacheElement(const std::string& libPath) const {
-    int at = byLibPath_.Find(
-        Elements.Items.size(), libPath,
-        [&](size_t i, std::string& key) {
-            auto* element = static_cast<const TDboCacheElement*>(Elements.Items[i].get());
-            if (!element) return false;
-            key = element->LibPath;
-            return true;
-        },
-        [&](size_t i) {
-            auto* element = static_cast<const TDboCacheElement*>(Elements.Items[i].get());
-            return element && element->LibPath == libPath;
-        });
+    int at = byLibPath_.Find(Elements.Items.size(), libPath, [&](size_t i) -> const std::string* {
+        auto* element = static_cast<const TDboCacheElement*>(Elements.Items[i].get());
+        return element ? &element->LibPath : nullptr;
+    });
     return at < 0 ? nullptr : GetElements(at);
 }
 
@@ -266,23 +258,11 @@ void TDboCacheItemList::SortByName() {
 }
 
 TDboCacheItem* TDboCacheItemList::FindNamed(const std::string& name, bool exactCase) const {
-    auto itemAt = [&](size_t i) { return static_cast<const TDboCacheItem*>(Items[i].get()); };
-    int at = exactCase ? exactNames_.Find(
-                             Items.size(), name,
-                             [&](size_t i, std::string& key) {
-                                 if (!itemAt(i)) return false;
-                                 key = itemAt(i)->Name;
-                                 return true;
-                             },
-                             [&](size_t i) { return itemAt(i) && itemAt(i)->Name == name; })
-                       : foldedNames_.Find(
-                             Items.size(), UpperCaseAscii(name),
-                             [&](size_t i, std::string& key) {
-                                 if (!itemAt(i)) return false;
-                                 key = UpperCaseAscii(itemAt(i)->Name);
-                                 return true;
-                             },
-                             [&](size_t i) { return itemAt(i) && SameTextNoCase(itemAt(i)->Name, name); });
+    auto nameOf = [&](size_t i) -> const std::string* {
+        auto* item = static_cast<const TDboCacheItem*>(Items[i].get());
+        return item ? &item->Name : nullptr;
+    };
+    int at = exactCase ? exactNames_.Find(Items.size(), name, nameOf) : foldedNames_.Find(Items.size(), name, nameOf);
     return at < 0 ? nullptr : GetCacheItems(at);
 }
 

@@ -7,10 +7,10 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <unordered_map>
 
 #include "dbo/DboLibObjects.h"
 #include "dbo/DboSymbolObjects.h"
+#include "platform/NameIndex.h"
 
 namespace orcadx::dbo {
 
@@ -124,34 +124,48 @@ protected:
 // ---------------------------------------------------------------------------------------------
 // Items and lists
 
-// The position of the first item of each key in a list that grows at its end: items appended since
-// the last search are taken in, and a hit that no longer holds (the list was reordered or an item
-// changed) builds the index anew. A list changed other than by appending calls Reset.
+// The position of the first item of each name in a list that grows at its end: items appended
+// since the last search are taken in, and a hit that no longer holds (the list was reordered or an
+// item changed) builds the index anew. Short lists are searched from the start. A list changed
+// other than by appending calls Reset.
+template <bool kFolded>
 class TFirstIndex {
 public:
-    // `keyOf(i, key)` gives item i's key (false for no item); `holds(i)` tells whether item i
-    // still has the key searched for. -1 when no item has it.
-    template <class KeyOf, class Holds>
-    int Find(size_t count, const std::string& key, KeyOf&& keyOf, Holds&& holds) {
+    // `nameOf(i)` gives item i's name, or null for no item. -1 when no item has `name`.
+    template <class NameOf>
+    int Find(size_t count, const std::string& name, NameOf&& nameOf) {
+        auto same = [&](size_t i) {
+            const std::string* n = nameOf(i);
+            return n && (kFolded ? SameTextNoCase(*n, name) : *n == name);
+        };
+        if (count <= kShortList) {
+            for (size_t i = 0; i < count; ++i)
+                if (same(i)) return static_cast<int>(i);
+            return -1;
+        }
+        auto view = [&](uint32_t i) {
+            const std::string* n = i < count ? nameOf(i) : nullptr;
+            return n ? std::string_view(*n) : std::string_view();
+        };
         for (int pass = 0; pass < 2; ++pass) {
             if (count < indexed_) Reset();
-            std::string itemKey;
             for (; indexed_ < count; ++indexed_)
-                if (keyOf(indexed_, itemKey)) first_.emplace(std::move(itemKey), indexed_);
-            auto it = first_.find(key);
-            if (it == first_.end()) return -1;
-            if (holds(it->second)) return static_cast<int>(it->second);
+                if (nameOf(indexed_)) index_.Add(static_cast<uint32_t>(indexed_), view);
+            int64_t at = index_.Find(name, view);
+            if (at < 0) return -1;
+            if (same(static_cast<size_t>(at))) return static_cast<int>(at);
             Reset();
         }
         return -1;
     }
     void Reset() {
-        first_.clear();
+        index_.Clear();
         indexed_ = 0;
     }
 
 private:
-    std::unordered_map<std::string, size_t> first_;
+    static constexpr size_t kShortList = 8;
+    platform::NameIndex<kFolded> index_;
     size_t indexed_ = 0;
 };
 
@@ -174,7 +188,7 @@ public:
     TDboCacheElement* GetElements(int index) const { return Elements.As<TDboCacheElement>(index); }
 
 private:
-    mutable TFirstIndex byLibPath_;
+    mutable TFirstIndex<false> byLibPath_;
 };
 
 class TDboCacheItemList : public TDboStorableList {
@@ -197,8 +211,8 @@ public:
     TDboCacheItem* FindNamed(const std::string& name, bool exactCase) const;
 
 private:
-    mutable TFirstIndex exactNames_;
-    mutable TFirstIndex foldedNames_;
+    mutable TFirstIndex<false> exactNames_;
+    mutable TFirstIndex<true> foldedNames_;
 };
 
 class TDboCacheSymbolList : public TDboCacheItemList {

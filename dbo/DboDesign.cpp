@@ -117,10 +117,10 @@ bool TDboDesign::Load(bool headerOnly) {
     int steps = 0;
     int fileEntriesStart = 0;
     bool result = false;
-    auto finish = [&] {
+    auto finish = [&](bool failed) {
         status.Advance(static_cast<int32_t>(platform::RoundHalfEven(PercentShare * (5 - steps) / 5.0)));
         status.End();
-        Storage.reset();
+        if (failed || !KeepStorage) Storage.reset();
     };
     try {
         status.Begin();
@@ -212,7 +212,7 @@ bool TDboDesign::Load(bool headerOnly) {
         }
     } catch (...) {
         try {
-            finish();
+            finish(true);
         } catch (...) {
         }
         try {
@@ -221,7 +221,7 @@ bool TDboDesign::Load(bool headerOnly) {
             throw Exception("Not enough memory to load " + FileName);
         }
     }
-    finish();
+    finish(false);
     return result;
 }
 

@@ -39,6 +39,9 @@ public:
 
     // When set, Load reads the compound file from these bytes instead of FileName.
     std::vector<uint8_t> MemoryImage;
+    // When set, a Load that succeeds leaves Storage open (read only), for a caller that looks at
+    // the file's storages afterwards without opening it again.
+    bool KeepStorage = false;
 
     void GetLibPath(std::string& path) const override;
     bool Load(bool headerOnly) override;

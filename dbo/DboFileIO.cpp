@@ -96,7 +96,7 @@ void TDboIStream::ReadError(uint64_t position, uint64_t wanted) {
     throw EDboFileIO(fmt::format("Reading stream: {} {:08X}({})", GetName(), position, wanted));
 }
 
-int TDboIStream::CheckedRead(void* buffer, uint32_t count) {
+int TDboIStream::CheckedReadSlow(void* buffer, uint32_t count) {
     uint64_t pos = stream_->Position();
     uint32_t read = 0;
     platform::HResult hr = stream_->Read(buffer, count, &read);
@@ -152,6 +152,12 @@ int TDboIStream::ReadInt64(std::string_view name, int64_t& value) {
 int TDboIStream::ReadStr(std::string_view name, std::string& value) {
     uint16_t len;
     ReadWord(name, len);  // the field begins with its length
+    const uint64_t pos = stream_->Position(), size = stream_->ViewSize();
+    if (const uint8_t* view = stream_->View(); view && pos <= size && len + uint64_t(1) <= size - pos) {
+        value = platform::AnsiToUtf8(std::string_view(reinterpret_cast<const char*>(view + pos), len));
+        stream_->Skip(len + 1);
+        return 0;
+    }
     std::string raw(len, '\0');
     if (len) CheckedRead(raw.data(), len);
     uint8_t terminator;

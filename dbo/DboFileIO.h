@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -116,7 +117,19 @@ private:
         fieldStart_ = stream_->Position();
         fieldName_ = name;
     }
-    int CheckedRead(void* buffer, uint32_t count);
+    // A stream being read is read in place; anything else, and a read past the end, takes the
+    // call of CheckedReadSlow.
+    int CheckedRead(void* buffer, uint32_t count) {
+        const uint64_t pos = stream_->Position(), size = stream_->ViewSize();
+        const uint8_t* view = stream_->View();
+        if (view && pos <= size && count <= size - pos) {
+            std::memcpy(buffer, view + pos, count);
+            stream_->Skip(count);
+            return 0;
+        }
+        return CheckedReadSlow(buffer, count);
+    }
+    int CheckedReadSlow(void* buffer, uint32_t count);
     [[noreturn]] void ReadError(uint64_t position, uint64_t wanted);
     int Write(const void* buffer, uint32_t count);
 

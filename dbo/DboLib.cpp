@@ -59,19 +59,15 @@ void TDboBaseLib::GetString(std::string& text, int index) const {
 
 int TDboBaseLib::GetIndex(const std::string& text) const {
     if (Strings.size() < indexedStrings_) StringsChanged();
+    auto nameOf = [&](uint32_t i) { return i < Strings.size() ? std::string_view(Strings[i]) : std::string_view(); };
     // Entries appended since the last search join the index; the first of a text keeps its place.
     for (; indexedStrings_ < Strings.size(); ++indexedStrings_)
-        stringIndex_.emplace(platform::UpperCaseAscii(Strings[indexedStrings_]), static_cast<int>(indexedStrings_));
-    auto it = stringIndex_.find(platform::UpperCaseAscii(text));
-    if (it == stringIndex_.end()) return -1;
-    if (platform::SameTextNoCase(Strings[it->second], text)) return it->second;
-    // An entry changed in place: the index is built anew.
-    StringsChanged();
-    return GetIndex(text);
+        stringIndex_.Add(static_cast<uint32_t>(indexedStrings_), nameOf);
+    return static_cast<int>(stringIndex_.Find(text, nameOf));
 }
 
 void TDboBaseLib::StringsChanged() const {
-    stringIndex_.clear();
+    stringIndex_.Clear();
     indexedStrings_ = 0;
 }
 

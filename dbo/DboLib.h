@@ -5,10 +5,10 @@
 #include <array>
 #include <cstdint>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "dbo/DboBaseObjects.h"
+#include "platform/NameIndex.h"
 
 namespace orcadx::dbo {
 
@@ -72,8 +72,8 @@ public:
     TDboLibAlias* AddAlias(const std::string& part, const std::string& alias);
 
 private:
-    mutable std::unordered_map<std::string, int> stringIndex_;  // folded text -> first index
-    mutable size_t indexedStrings_ = 0;                        // entries of Strings in the index
+    mutable platform::NameIndex<true> stringIndex_;
+    mutable size_t indexedStrings_ = 0;  // entries of Strings in the index
 };
 
 extern const char kDesignIdentifier[32];

@@ -29,9 +29,12 @@ const char* TypeName(uint8_t type) {
 
 Reader::~Reader() = default;
 
-std::unique_ptr<Reader> Reader::Open(std::vector<uint8_t> bytes, std::string& error) {
+std::unique_ptr<Reader> Reader::Open(const uint8_t* data, size_t size, std::shared_ptr<const void> owner,
+                                     std::string& error) {
     std::unique_ptr<Reader> r(new Reader());
-    r->bytes_ = std::move(bytes);
+    r->data_ = data;
+    r->size_ = size;
+    r->owner_ = std::move(owner);
     if (!r->Parse(error)) {
         error = "Damaged compound file: " + error;
         return nullptr;
@@ -40,15 +43,15 @@ std::unique_ptr<Reader> Reader::Open(std::vector<uint8_t> bytes, std::string& er
 }
 
 bool Reader::Parse(std::string& error) {
-    if (bytes_.size() < 8 || std::memcmp(bytes_.data(), kSignature, 8) != 0) {
+    if (size_ < 8 || std::memcmp(data_, kSignature, 8) != 0) {
         error = "the compound-file signature is missing";
         return false;
     }
-    if (bytes_.size() < kHeaderSize) {
-        error = fmt::format("the file has {} bytes, fewer than the {}-byte header", bytes_.size(), kHeaderSize);
+    if (size_ < kHeaderSize) {
+        error = fmt::format("the file has {} bytes, fewer than the {}-byte header", size_, kHeaderSize);
         return false;
     }
-    const uint8_t* h = bytes_.data();
+    const uint8_t* h = data_;
     uint16_t order = GetU16(h + kOffByteOrder);
     if (order != 0xFFFE) {
         error = fmt::format("the header's byte-order mark is {:04X}, not FFFE", order);
@@ -72,12 +75,12 @@ bool Reader::Parse(std::string& error) {
         return false;
     }
     // The header fills sector -1, whatever the sector size.
-    sectorCount_ = bytes_.size() > sectorSize_ ? (bytes_.size() - sectorSize_ + sectorSize_ - 1) / sectorSize_ : 0;
+    sectorCount_ = size_ > sectorSize_ ? (size_ - sectorSize_ + sectorSize_ - 1) / sectorSize_ : 0;
     return ReadFat(error) && ReadDirectory(error) && WalkTrees(error);
 }
 
 bool Reader::ReadFat(std::string& error) {
-    const uint8_t* h = bytes_.data();
+    const uint8_t* h = data_;
     const uint32_t fatCount = GetU32(h + kOffFatSectorCount);
     if (fatCount > sectorCount_) {
         error = fmt::format("the header counts {} FAT sectors, more than the {} sectors of the file", fatCount,
@@ -105,19 +108,19 @@ bool Reader::ReadFat(std::string& error) {
             error = "the DIFAT's chain of sectors loops";
             return false;
         }
-        const uint8_t* s = bytes_.data() + SectorOffset(difat);
+        const uint8_t* s = data_ + SectorOffset(difat);
         for (uint32_t i = 0; i + 1 < perSector && fatSectors.size() < fatCount; ++i) fatSectors.push_back(GetU32(s + 4 * i));
         difat = GetU32(s + 4 * (perSector - 1));
     }
     fat_.assign(size_t(fatCount) * perSector, kFreeSector);
     for (size_t k = 0; k < fatSectors.size(); ++k) {
         uint32_t sector = fatSectors[k];
-        if (sector >= sectorCount_ || SectorOffset(sector) + sectorSize_ > bytes_.size()) {
+        if (sector >= sectorCount_ || SectorOffset(sector) + sectorSize_ > size_) {
             error = fmt::format("FAT sector {} (number {} of {}) lies beyond the end of the file", sector, k + 1,
                                 fatCount);
             return false;
         }
-        const uint8_t* s = bytes_.data() + SectorOffset(sector);
+        const uint8_t* s = data_ + SectorOffset(sector);
         for (uint32_t i = 0; i < perSector; ++i) fat_[k * perSector + i] = GetU32(s + 4 * i);
     }
     return true;
@@ -168,16 +171,16 @@ bool Reader::FollowCount(const std::vector<uint32_t>& table, uint32_t start, siz
 bool Reader::ReadDirectory(std::string& error) {
     std::vector<uint32_t> sectors;
     size_t limit = std::min<uint64_t>(fat_.size(), sectorCount_);
-    if (!FollowChain(fat_, GetU32(bytes_.data() + kOffFirstDirSector), limit, "the directory", sectors, error))
+    if (!FollowChain(fat_, GetU32(data_ + kOffFirstDirSector), limit, "the directory", sectors, error))
         return false;
     const size_t perSector = sectorSize_ / kEntrySize;
     entries_.resize(sectors.size() * perSector);
     for (size_t k = 0; k < sectors.size(); ++k) {
-        if (SectorOffset(sectors[k]) + sectorSize_ > bytes_.size()) {
+        if (SectorOffset(sectors[k]) + sectorSize_ > size_) {
             error = fmt::format("directory sector {} lies beyond the end of the file", sectors[k]);
             return false;
         }
-        const uint8_t* s = bytes_.data() + SectorOffset(sectors[k]);
+        const uint8_t* s = data_ + SectorOffset(sectors[k]);
         for (size_t i = 0; i < perSector; ++i) {
             const uint8_t* e = s + i * kEntrySize;
             Entry& entry = entries_[k * perSector + i];
@@ -288,28 +291,27 @@ uint32_t Reader::Find(uint32_t storage, const std::string& name) const {
             if (SameTextNoCase(entries_[kids[i]].name, name)) return kids[i];
         return kNoEntry;
     }
+    auto nameOf = [&](uint32_t i) { return std::string_view(entries_[kids[i]].name); };
     auto [it, made] = indexes_.try_emplace(storage);
-    NameIndex& index = it->second;
+    ChildIndex& index = it->second;
     if (made) {
-        index.exact.reserve(n);
-        index.folded.reserve(n);
         // The first child of a name wins, as a search from the start would find it.
         for (uint32_t i = 0; i < n; ++i) {
-            index.exact.emplace(entries_[kids[i]].name, kids[i]);
-            index.folded.emplace(UpperCaseAscii(entries_[kids[i]].name), kids[i]);
+            index.exact.Add(i, nameOf);
+            index.folded.Add(i, nameOf);
         }
     }
-    if (auto hit = index.exact.find(name); hit != index.exact.end()) return hit->second;
-    if (auto hit = index.folded.find(UpperCaseAscii(name)); hit != index.folded.end()) return hit->second;
-    return kNoEntry;
+    int64_t at = index.exact.Find(name, nameOf);
+    if (at < 0) at = index.folded.Find(name, nameOf);
+    return at < 0 ? kNoEntry : kids[at];
 }
 
 bool Reader::PrepareMiniStream(std::string& error) const {
     if (miniReady_) return true;
     const Entry& root = entries_[0];
-    if (root.size > bytes_.size()) {
+    if (root.size > size_) {
         error = fmt::format("Damaged compound file: the mini stream claims {} bytes, more than the file's {}",
-                            root.size, bytes_.size());
+                            root.size, size_);
         return false;
     }
     size_t count = static_cast<size_t>((root.size + sectorSize_ - 1) / sectorSize_);
@@ -321,7 +323,7 @@ bool Reader::PrepareMiniStream(std::string& error) const {
     // The mini FAT: a plain chain of sectors of the FAT.
     std::vector<uint32_t> miniFatSectors;
     size_t limit = std::min<uint64_t>(fat_.size(), sectorCount_);
-    if (!FollowChain(fat_, GetU32(bytes_.data() + kOffFirstMiniFatSector), limit, "the mini FAT", miniFatSectors,
+    if (!FollowChain(fat_, GetU32(data_ + kOffFirstMiniFatSector), limit, "the mini FAT", miniFatSectors,
                      error)) {
         error = "Damaged compound file: " + error;
         return false;
@@ -329,12 +331,12 @@ bool Reader::PrepareMiniStream(std::string& error) const {
     const uint32_t perSector = sectorSize_ / 4;
     std::vector<uint32_t> miniFat(miniFatSectors.size() * perSector, kFreeSector);
     for (size_t k = 0; k < miniFatSectors.size(); ++k) {
-        if (SectorOffset(miniFatSectors[k]) + sectorSize_ > bytes_.size()) {
+        if (SectorOffset(miniFatSectors[k]) + sectorSize_ > size_) {
             error = fmt::format("Damaged compound file: mini FAT sector {} lies beyond the end of the file",
                                 miniFatSectors[k]);
             return false;
         }
-        const uint8_t* s = bytes_.data() + SectorOffset(miniFatSectors[k]);
+        const uint8_t* s = data_ + SectorOffset(miniFatSectors[k]);
         for (uint32_t i = 0; i < perSector; ++i) miniFat[k * perSector + i] = GetU32(s + 4 * i);
     }
     miniStream_ = std::move(chain);
@@ -343,68 +345,68 @@ bool Reader::PrepareMiniStream(std::string& error) const {
     return true;
 }
 
-bool Reader::ReadStream(uint32_t index, std::vector<uint8_t>& out, std::string& error) const {
+bool Reader::ReadStream(uint32_t index, const uint8_t*& data, std::vector<uint8_t>& copy, std::string& error) const {
     const Entry& e = entries_[index];
-    out.clear();
+    data = nullptr;
+    copy.clear();
     // A size of 4 GiB or more with nothing in the low word isn't an empty stream when a chain of
     // sectors begins there: it is a size past the file, not to be read as 0.
     const bool pastLowWord = e.size == 0 && e.sizeHigh != 0 && e.start != kEndOfChain;
-    if (e.size > bytes_.size() || pastLowWord) {
+    if (e.size > size_ || pastLowWord) {
         error = fmt::format("Damaged compound file: stream \"{}\" claims {} bytes, more than the whole file ({} bytes)",
-                            PathOf(index), e.size | (uint64_t(e.sizeHigh) << 32), bytes_.size());
+                            PathOf(index), e.size | (uint64_t(e.sizeHigh) << 32), size_);
         return false;
     }
     if (e.size == 0) return true;
     const size_t size = static_cast<size_t>(e.size);
+    // Where each piece of the stream lies in the file: whole sectors, or mini sectors.
+    std::vector<std::pair<uint64_t, size_t>> pieces;
     std::vector<uint32_t> chain;
     std::string what = "stream \"" + PathOf(index) + "\"";
-    if (size < miniCutoff_) {
-        if (!PrepareMiniStream(error)) return false;
-        size_t count = (size + kMiniSectorSize - 1) / kMiniSectorSize;
-        if (!FollowCount(miniFat_, e.start, count, what, chain, error)) {
-            error = "Damaged compound file: " + error;
-            return false;
-        }
-        const uint64_t miniBytes = entries_[0].size;
-        out.resize(size);
-        size_t done = 0;
-        for (uint32_t mini : chain) {
-            uint64_t at = uint64_t(mini) * kMiniSectorSize;
-            size_t n = std::min<size_t>(kMiniSectorSize, size - done);
-            if (at + n > miniBytes) {
-                error = fmt::format("Damaged compound file: mini sector {} of {} lies beyond the mini stream", mini,
-                                    what);
-                return false;
-            }
-            uint64_t file = SectorOffset(miniStream_[at >> sectorShift_]) + (at & (sectorSize_ - 1));
-            if (file + n > bytes_.size()) {
-                error = fmt::format("Damaged compound file: mini sector {} of {} lies beyond the end of the file", mini,
-                                    what);
-                return false;
-            }
-            std::memcpy(out.data() + done, bytes_.data() + file, n);
-            done += n;
-        }
-        return true;
-    }
-    size_t count = (size + sectorSize_ - 1) / sectorSize_;
-    if (!FollowCount(fat_, e.start, count, what, chain, error)) {
+    const bool mini = size < miniCutoff_;
+    const uint32_t unit = mini ? kMiniSectorSize : sectorSize_;
+    if (mini && !PrepareMiniStream(error)) return false;
+    if (!FollowCount(mini ? miniFat_ : fat_, e.start, (size + unit - 1) / unit, what, chain, error)) {
         error = "Damaged compound file: " + error;
         return false;
     }
-    out.resize(size);
+    pieces.reserve(chain.size());
     size_t done = 0;
     for (uint32_t sector : chain) {
-        size_t n = std::min<size_t>(sectorSize_, size - done);
+        size_t n = std::min<size_t>(unit, size - done);
         uint64_t file = SectorOffset(sector);
-        if (file + n > bytes_.size()) {
-            error = fmt::format("Damaged compound file: sector {} of {} lies beyond the end of the file", sector, what);
-            out.clear();
+        if (mini) {
+            uint64_t at = uint64_t(sector) * kMiniSectorSize;
+            if (at + n > entries_[0].size) {
+                error = fmt::format("Damaged compound file: mini sector {} of {} lies beyond the mini stream", sector,
+                                    what);
+                return false;
+            }
+            file = SectorOffset(miniStream_[at >> sectorShift_]) + (at & (sectorSize_ - 1));
+        }
+        if (file + n > size_) {
+            error = fmt::format("Damaged compound file: {}sector {} of {} lies beyond the end of the file",
+                                mini ? "mini " : "", sector, what);
             return false;
         }
-        std::memcpy(out.data() + done, bytes_.data() + file, n);
+        pieces.push_back({file, n});
         done += n;
     }
+    // Pieces that follow one another in the file are read where they are.
+    bool contiguous = true;
+    for (size_t i = 1; i < pieces.size() && contiguous; ++i)
+        contiguous = pieces[i].first == pieces[i - 1].first + pieces[i - 1].second;
+    if (contiguous) {
+        data = data_ + pieces.front().first;
+        return true;
+    }
+    copy.resize(size);
+    done = 0;
+    for (const auto& [file, n] : pieces) {
+        std::memcpy(copy.data() + done, data_ + file, n);
+        done += n;
+    }
+    data = copy.data();
     return true;
 }
 

@@ -11,6 +11,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "platform/NameIndex.h"
+
 namespace orcadx::platform::cfb {
 
 class Reader {
@@ -26,12 +28,13 @@ public:
         uint32_t parent = 0xFFFFFFFF;  // the storage that holds it
     };
 
-    // Parses and checks the structure of `bytes`; null, with `error` saying what is wrong, when the
-    // file is refused.
-    static std::unique_ptr<Reader> Open(std::vector<uint8_t> bytes, std::string& error);
+    // Parses and checks the structure of the `size` bytes at `data`, which `owner` keeps alive as
+    // long as the reader; null, with `error` saying what is wrong, when the file is refused.
+    static std::unique_ptr<Reader> Open(const uint8_t* data, size_t size, std::shared_ptr<const void> owner,
+                                        std::string& error);
     ~Reader();
 
-    uint64_t FileSize() const { return bytes_.size(); }
+    uint64_t FileSize() const { return size_; }
     const Entry& GetEntry(uint32_t index) const { return entries_[index]; }
     // The children of a storage in the order of its tree (the file's directory order).
     const uint32_t* ChildrenBegin(uint32_t storage) const { return children_.data() + ranges_[storage].first; }
@@ -39,8 +42,11 @@ public:
     // The child named `name`: an exact match first, else the first one whose name differs only in
     // the case of the letters a to z. kNoEntry when there is none.
     uint32_t Find(uint32_t storage, const std::string& name) const;
-    // The bytes of stream `entry`; false, with `error` set, when its size or chain is damaged.
-    bool ReadStream(uint32_t entry, std::vector<uint8_t>& out, std::string& error) const;
+    // The bytes of stream `entry`, its size long: `data` points at them, inside the file when the
+    // stream's sectors follow one another there (Owner keeps them), else into `copy`, which then
+    // holds them. False, with `error` set, when its size or chain is damaged.
+    bool ReadStream(uint32_t entry, const uint8_t*& data, std::vector<uint8_t>& copy, std::string& error) const;
+    const std::shared_ptr<const void>& Owner() const { return owner_; }
     // "Views/V1/Pages/P1", for messages; long paths are shortened at the front.
     std::string PathOf(uint32_t entry) const;
 
@@ -59,12 +65,14 @@ private:
     bool PrepareMiniStream(std::string& error) const;
     uint64_t SectorOffset(uint32_t sector) const { return (uint64_t(sector) + 1) << sectorShift_; }
 
-    struct NameIndex {
-        std::unordered_map<std::string, uint32_t> exact;
-        std::unordered_map<std::string, uint32_t> folded;
+    struct ChildIndex {
+        NameIndex<false> exact;  // positions among the storage's children
+        NameIndex<true> folded;
     };
 
-    std::vector<uint8_t> bytes_;
+    const uint8_t* data_ = nullptr;
+    size_t size_ = 0;
+    std::shared_ptr<const void> owner_;
     unsigned sectorShift_ = 9;
     uint32_t sectorSize_ = 512;
     uint64_t sectorCount_ = 0;  // sectors that begin inside the file
@@ -74,7 +82,7 @@ private:
     std::vector<Entry> entries_;
     std::vector<uint32_t> children_;                        // the children of all storages
     std::vector<std::pair<uint32_t, uint32_t>> ranges_;     // per entry: first child in children_, count
-    mutable std::unordered_map<uint32_t, NameIndex> indexes_;  // of storages with many children
+    mutable std::unordered_map<uint32_t, ChildIndex> indexes_;  // of storages with many children
     mutable bool miniReady_ = false;
     mutable std::vector<uint32_t> miniStream_;  // the root's sectors, holding the mini sectors
 };

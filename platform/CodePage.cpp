@@ -1,5 +1,6 @@
 #include "platform/CodePage.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace orcadx::platform {
@@ -81,6 +82,9 @@ char32_t DecodeUtf8(std::string_view s, size_t i, size_t& len) {
 }  // namespace
 
 std::string AnsiToUtf8(std::string_view ansi) {
+    // Most text of a file is ASCII, the same in both encodings.
+    if (std::all_of(ansi.begin(), ansi.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; }))
+        return std::string(ansi);
     std::string out;
     out.reserve(ansi.size());
     for (unsigned char c : ansi) AppendUtf8(out, AnsiToCodePoint(c));

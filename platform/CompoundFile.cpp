@@ -54,17 +54,22 @@ std::unique_ptr<CfbStream> CfbStream::CreateMemory(const std::string& name, std:
     return s;
 }
 
-const std::vector<uint8_t>& CfbStream::Contents() const { return node_ ? node_->data : readData_; }
+const std::vector<uint8_t>& CfbStream::Contents() const {
+    if (node_) return node_->data;
+    if (view_ && view_ != readData_.data()) readData_.assign(view_, view_ + viewSize_);
+    return readData_;
+}
 
 std::string CfbStream::Name() const { return name_; }
 
-uint64_t CfbStream::Size() const { return node_ ? node_->data.size() : readData_.size(); }
+uint64_t CfbStream::Size() const { return node_ ? node_->data.size() : viewSize_; }
 
 HResult CfbStream::Read(void* buffer, uint32_t count, uint32_t* read) {
-    const std::vector<uint8_t>& data = node_ ? node_->data : readData_;
-    uint64_t avail = pos_ < data.size() ? data.size() - pos_ : 0;
+    const uint8_t* data = node_ ? node_->data.data() : view_;
+    const uint64_t size = Size();
+    uint64_t avail = pos_ < size ? size - pos_ : 0;
     uint32_t n = static_cast<uint32_t>(std::min<uint64_t>(avail, count));
-    if (n) std::memcpy(buffer, data.data() + pos_, n);
+    if (n) std::memcpy(buffer, data + pos_, n);
     pos_ += n;
     if (read) *read = n;
     return kS_OK;
@@ -170,7 +175,8 @@ HResult CfbStorage::OpenStream(const std::string& name, uint32_t /*mode*/, std::
     s->name_ = file_->reader->GetEntry(child).name;
     // A stream can't hold more than the file does, and its chain must hold its size: anything else
     // is damage, refused before anything is allocated.
-    if (!file_->reader->ReadStream(child, s->readData_, detail_)) return kSTG_E_READFAULT;
+    if (!file_->reader->ReadStream(child, s->view_, s->readData_, detail_)) return kSTG_E_READFAULT;
+    s->viewSize_ = file_->reader->GetEntry(child).size;
     *out = std::move(s);
     return kS_OK;
 }
@@ -255,27 +261,10 @@ HResult IsStorageFile(const std::string& fileName) {
     return std::memcmp(head, cfb::kSignature, 8) == 0 ? kS_OK : kS_FALSE;
 }
 
-// The file is read whole into memory: a design is held in memory anyway, and its structure is
-// then checked on bytes at hand.
-HResult OpenStorageFile(const std::string& fileName, uint32_t /*mode*/, std::unique_ptr<CfbStorage>* out,
-                        std::string* detail) {
-    out->reset();
-    HResult hr = IsStorageFile(fileName);
-    if (hr != kS_OK) return hr == kS_FALSE ? kSTG_E_INVALIDHEADER : hr;
-    std::ifstream in(fileName, std::ios::binary | std::ios::ate);
-    if (!in) return kSTG_E_FILENOTFOUND;
-    std::streamoff size = in.tellg();
-    if (size < 0) return kSTG_E_READFAULT;
-    std::vector<uint8_t> bytes(static_cast<size_t>(size));
-    in.seekg(0);
-    if (!in.read(reinterpret_cast<char*>(bytes.data()), size)) return kSTG_E_READFAULT;
-    return OpenStorageMemory(std::move(bytes), out, detail);
-}
-
-HResult OpenStorageMemory(std::vector<uint8_t> bytes, std::unique_ptr<CfbStorage>* out, std::string* detail) {
-    out->reset();
+HResult CfbStorage::OpenRoot(const uint8_t* data, size_t size, std::shared_ptr<const void> owner,
+                             std::unique_ptr<CfbStorage>* out, std::string* detail) {
     std::string error;
-    auto reader = cfb::Reader::Open(std::move(bytes), error);
+    auto reader = cfb::Reader::Open(data, size, std::move(owner), error);
     if (!reader) {
         if (detail) *detail = error;
         return kSTG_E_INVALIDHEADER;
@@ -289,6 +278,29 @@ HResult OpenStorageMemory(std::vector<uint8_t> bytes, std::unique_ptr<CfbStorage
     s->name_ = "Root Entry";
     *out = std::move(s);
     return kS_OK;
+}
+
+// The file is read whole into memory: a design is held in memory anyway, and its structure is
+// then checked on bytes at hand. The buffer isn't cleared first: the read fills it.
+HResult OpenStorageFile(const std::string& fileName, uint32_t /*mode*/, std::unique_ptr<CfbStorage>* out,
+                        std::string* detail) {
+    out->reset();
+    std::ifstream in(fileName, std::ios::binary | std::ios::ate);
+    if (!in) return kSTG_E_FILENOTFOUND;
+    std::streamoff size = in.tellg();
+    if (size < 0) return kSTG_E_READFAULT;
+    std::shared_ptr<uint8_t[]> bytes(new uint8_t[static_cast<size_t>(size) + 1]);
+    in.seekg(0);
+    if (!in.read(reinterpret_cast<char*>(bytes.get()), size)) return kSTG_E_READFAULT;
+    if (size < 8 || std::memcmp(bytes.get(), cfb::kSignature, 8) != 0) return kSTG_E_INVALIDHEADER;
+    const uint8_t* data = bytes.get();
+    return CfbStorage::OpenRoot(data, static_cast<size_t>(size), std::move(bytes), out, detail);
+}
+
+HResult OpenStorageMemory(std::vector<uint8_t> bytes, std::unique_ptr<CfbStorage>* out, std::string* detail) {
+    out->reset();
+    auto owned = std::make_shared<const std::vector<uint8_t>>(std::move(bytes));
+    return CfbStorage::OpenRoot(owned->data(), owned->size(), owned, out, detail);
 }
 
 HResult CreateStorageFile(const std::string& fileName, uint32_t /*mode*/, std::unique_ptr<CfbStorage>* out) {

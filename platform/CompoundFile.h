@@ -66,6 +66,11 @@ public:
     uint64_t Position() const { return pos_; }
     // All bytes of the stream.
     const std::vector<uint8_t>& Contents() const;
+    // The bytes of a stream being read, Size() of them, for reading in place; null for a stream
+    // being written. With Skip, a read that costs no call.
+    const uint8_t* View() const { return view_; }
+    uint64_t ViewSize() const { return viewSize_; }
+    void Skip(uint64_t count) { pos_ += count; }
     // Reads up to `count` bytes; `*read` gets the number read, which is smaller at the end.
     HResult Read(void* buffer, uint32_t count, uint32_t* read);
     // Writes at the position, growing the stream. Fails on a stream opened for reading.
@@ -78,8 +83,11 @@ private:
     CfbStream() = default;
     std::shared_ptr<FileState> file_;
     std::string name_;
-    std::vector<uint8_t> readData_;     // contents of a stream being read
-    std::shared_ptr<cfb::Node> node_;  // contents of a stream being written
+    // A stream being read: its bytes, in the file's memory (which file_ keeps) or in readData_.
+    const uint8_t* view_ = nullptr;
+    uint64_t viewSize_ = 0;
+    mutable std::vector<uint8_t> readData_;  // also filled by Contents for a stream read in place
+    std::shared_ptr<cfb::Node> node_;        // contents of a stream being written
     uint64_t pos_ = 0;
 };
 
@@ -121,9 +129,13 @@ public:
     HResult Close();
 
 private:
+    friend HResult OpenStorageFile(const std::string&, uint32_t, std::unique_ptr<CfbStorage>*, std::string*);
     friend HResult OpenStorageMemory(std::vector<uint8_t>, std::unique_ptr<CfbStorage>*, std::string*);
     friend HResult CreateStorageFile(const std::string&, uint32_t, std::unique_ptr<CfbStorage>*);
     CfbStorage() = default;
+    // The root of a file whose `size` bytes at `data` `owner` keeps alive.
+    static HResult OpenRoot(const uint8_t* data, size_t size, std::shared_ptr<const void> owner,
+                            std::unique_ptr<CfbStorage>* out, std::string* detail);
     // Adds a child to a storage being written, replacing one of the same name under kSTGM_CREATE.
     HResult NewChild(const std::string& name, uint32_t mode, bool isStorage, std::shared_ptr<cfb::Node>* child);
     // The directory entry of a child being read, or cfb::kNoEntry.
