@@ -49,6 +49,7 @@ TDboStorableObject::~TDboStorableObject() = default;
 void TDboStorableObject::Initialize() {
     UserPropsCount = 0xFFFF;
     LeadByte = false;
+    LeadByteValue = 0;
 }
 
 bool TDboStorableObject::Headered() const { return IsFileVersion(*this, VersionSet::Headered); }
@@ -125,10 +126,7 @@ void TDboStorableObject::SaveHeader(TDboIStream& stream) {
 }
 
 void TDboStorableObject::LoadSimpleHeader(TDboIStream& stream) {
-    if (LeadByte) {
-        uint8_t dropped;
-        stream.ReadByte("UnknownB", dropped);
-    }
+    if (LeadByte) stream.ReadByte("UnknownB", LeadByteValue);
     if (Headered()) {
         stream.ReadByte("ID", ID);
         int64_t h;
@@ -139,6 +137,7 @@ void TDboStorableObject::LoadSimpleHeader(TDboIStream& stream) {
 }
 
 void TDboStorableObject::SaveSimpleHeader(TDboIStream& stream) {
+    if (LeadByte) stream.WriteByte("UnknownB", LeadByteValue);
     if (!Headered()) return;
     ComputeHeaderRecords();
     if (HeaderRecords.size() != 1) throw Exception(fmt::format("Wrong header size for {}", ClassName()));
@@ -216,6 +215,9 @@ void TDboStorableList::LoadCount(TDboIStream& stream, int& count) {
 }
 
 void TDboStorableList::SaveCount(TDboIStream& stream, int count) {
+    // A count that the word can't hold would be written cut short, and the file couldn't be read.
+    if (count < 0 || count > 0xFFFF)
+        throw Exception(fmt::format("{} holds {} items, more than a list of the file can count", ClassName(), count));
     stream.WriteWord("Count", static_cast<uint16_t>(count));
 }
 

@@ -74,6 +74,9 @@ public:
     std::vector<uint8_t> ExtraData;
     uint16_t UserPropsCount = 0xFFFF;
     bool LeadByte = false;
+    // The byte read in front of the simple header when LeadByte is set, written back there on
+    // saving: an object inside an IEEE symbol is read with it, so it must be saved with it.
+    uint8_t LeadByteValue = 0;
 
     virtual const char* ClassName() const = 0;
 

@@ -275,6 +275,19 @@ TDboCacheItem* TDboCacheItemList::AddItem(const std::string& name, std::unique_p
     return raw;
 }
 
+TDboCacheItem* TDboCacheItemList::AddElement(const std::string& name, std::unique_ptr<TDboCacheElement> element) {
+    TDboCacheItem* item = FindNamed(name, true);
+    if (!item) return AddItem(name, std::move(element));
+    const int order = element->DuplicateIndex();
+    auto& items = item->Elements.Items;
+    auto at = std::find_if(items.begin(), items.end(), [&](const auto& other) {
+        return other && static_cast<const TDboCacheElement*>(other.get())->DuplicateIndex() > order;
+    });
+    if (at == items.end()) item->Elements.Add(std::move(element));
+    else items.insert(at, std::move(element));
+    return item;
+}
+
 // ---------------------------------------------------------------------------------------------
 // TDboCache
 
@@ -329,44 +342,61 @@ TDboCacheItem* TDboCache::FindItemByNameCaseSensitive(const std::string& name, c
     return list.FindNamed(name, true);
 }
 
+namespace {
+
+// The name without the "_Dup" number that a load added for the element at `index` of its item.
+std::string LoadedBaseName(const std::string& name, int index) {
+    if (index <= 0) return name;
+    std::string suffix = "_Dup" + std::to_string(index);
+    if (name.size() > suffix.size() && name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0)
+        return name.substr(0, name.size() - suffix.size());
+    return name;
+}
+
+// Makes the element of `object`, whose own library path is `own`, and puts it into `list`. A new
+// object carries the design's path from its making; one that a load made, the path it was read with.
+template <class Element, class Object>
+Element* AddToList(TDboBaseDesign* design, TDboCacheItemList& list, const std::string& name,
+                   std::unique_ptr<Object> object, const std::string& own) {
+    auto element = Element::CreateSpecific(design, std::move(object));
+    element->LibPath = own;
+    static_cast<TDboCacheElement&>(*element).AdoptObject();
+    element->DateCreated = element->DateModified = CurrentTime();
+    Element* raw = element.get();
+    list.AddElement(name, std::move(element));
+    return raw;
+}
+
+}  // namespace
+
 TDboCacheSymbol* TDboCache::AddSymbol(std::unique_ptr<TDboLibSymbol> symbol) {
     if (!symbol) return nullptr;
+    symbol->ViewName = LoadedBaseName(symbol->ViewName, symbol->DuplicateIndex);
     std::string name = symbol->ViewName;
-    auto element = TDboCacheSymbol::CreateSpecific(Design, std::move(symbol));
-    element->DateCreated = element->DateModified = CurrentTime();
-    TDboCacheSymbol* raw = element.get();
-    CacheSymbols.AddItem(name, std::move(element));
-    return raw;
+    std::string own = symbol->LibPathStr;
+    return AddToList<TDboCacheSymbol>(Design, CacheSymbols, name, std::move(symbol), own);
 }
 
 TDboCacheView* TDboCache::AddView(std::unique_ptr<TDboLibView> view) {
     if (!view) return nullptr;
     std::string name = view->ViewName;
-    auto element = TDboCacheView::CreateSpecific(Design, std::move(view));
-    element->DateCreated = element->DateModified = CurrentTime();
-    TDboCacheView* raw = element.get();
-    CacheViews.AddItem(name, std::move(element));
-    return raw;
+    std::string own = view->LibPathStr;
+    return AddToList<TDboCacheView>(Design, CacheViews, name, std::move(view), own);
 }
 
 TDboCachePackage* TDboCache::AddPackage(std::unique_ptr<TDboLibPackage> package) {
     if (!package) return nullptr;
     std::string name = package->Name;
-    auto element = TDboCachePackage::CreateSpecific(Design, std::move(package));
-    element->DateCreated = element->DateModified = CurrentTime();
-    TDboCachePackage* raw = element.get();
-    CachePackages.AddItem(name, std::move(element));
-    return raw;
+    std::string own = package->LibPath;
+    return AddToList<TDboCachePackage>(Design, CachePackages, name, std::move(package), own);
 }
 
 TDboCachePartInfo* TDboCache::AddPartInfo(std::unique_ptr<TDboLibPartInfo> partInfo) {
     if (!partInfo) return nullptr;
+    partInfo->CompName = LoadedBaseName(partInfo->CompName, partInfo->DuplicateIndex);
     std::string name = partInfo->CompName;
-    auto element = TDboCachePartInfo::CreateSpecific(Design, std::move(partInfo));
-    element->DateCreated = element->DateModified = CurrentTime();
-    TDboCachePartInfo* raw = element.get();
-    CachePartInfos.AddItem(name, std::move(element));
-    return raw;
+    std::string own = partInfo->LibPath;
+    return AddToList<TDboCachePartInfo>(Design, CachePartInfos, name, std::move(partInfo), own);
 }
 
 void TDboCache::AddComponent(std::unique_ptr<TDboLibComponent> component) {

@@ -33,12 +33,15 @@ public:
     int Load(TDboIStream& stream) override;
     int Save(TDboIStream& stream) override;
     void WriteAscii(TAsciiWriter& writer) override;
+    // The place a load gave the object among the elements of its item (its "_Dup" number), 0 for
+    // kinds without one.
+    virtual int DuplicateIndex() const { return 0; }
+    // Sets the object's library path to LibPath and copies its ID to the element.
+    virtual void AdoptObject() = 0;
 
 protected:
     // The owned object, null once given away.
     virtual TDboStorableObject* Object() const = 0;
-    // Sets the object's library path to LibPath and copies its ID to the element.
-    virtual void AdoptObject() = 0;
     virtual void LoadObject(TDboIStream& stream) = 0;
     void SaveObject(TDboIStream& stream);
 };
@@ -55,6 +58,7 @@ public:
                                                            std::unique_ptr<TDboLibSymbol> symbol);
     void Initialize() override;
     void WriteAscii(TAsciiWriter& writer) override;
+    int DuplicateIndex() const override { return Symbol ? Symbol->DuplicateIndex : 0; }
 
 protected:
     TDboStorableObject* Object() const override { return Symbol.get(); }
@@ -114,6 +118,7 @@ public:
                                                              std::unique_ptr<TDboLibPartInfo> partInfo);
     void Initialize() override;
     void WriteAscii(TAsciiWriter& writer) override;
+    int DuplicateIndex() const override { return PartInfo ? PartInfo->DuplicateIndex : 0; }
 
 protected:
     TDboStorableObject* Object() const override { return PartInfo.get(); }
@@ -206,6 +211,10 @@ public:
     void SortByName();
     // A new item named `name` holding `element` alone.
     TDboCacheItem* AddItem(const std::string& name, std::unique_ptr<TDboCacheElement> element);
+    // Puts `element` into the first item named `name` exactly, made when there is none: one item per
+    // name and one element per source library, as Capture writes a cache and as a load looks for
+    // it. In the item it stands before the first element of a higher DuplicateIndex.
+    TDboCacheItem* AddElement(const std::string& name, std::unique_ptr<TDboCacheElement> element);
     // The first item whose Name equals `name` (exactly, or with case ignored); null if none. Through
     // hash indexes of the names, which follow appended items.
     TDboCacheItem* FindNamed(const std::string& name, bool exactCase) const;
@@ -266,8 +275,11 @@ public:
     static TDboCacheItem* FindItemByNameCaseSensitive(const std::string& name, const TDboCacheItemList& list);
     static TDboCacheItem* GetCacheItems(const TDboCacheItemList& list, int index) { return list.GetCacheItems(index); }
 
-    // Each makes a new item of one element, named after the object, and takes the object; null
-    // for no object.
+    // Each takes the object into an element of the item named after it (AddElement), and gives the
+    // element; null for no object. What a load gave the object is kept, so that the design loads
+    // back as it was: its library path (the element takes it), and its place among the elements
+    // of its name, while the "_Dup" number that a load added to the name of a symbol or a part
+    // information is taken off again.
     TDboCacheSymbol* AddSymbol(std::unique_ptr<TDboLibSymbol> symbol);
     TDboCacheView* AddView(std::unique_ptr<TDboLibView> view);
     TDboCachePackage* AddPackage(std::unique_ptr<TDboLibPackage> package);

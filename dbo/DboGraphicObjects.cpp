@@ -488,6 +488,11 @@ std::unique_ptr<TDboStorableObject> TDboLibIEEEGraphicInstanceList::ConstructObj
     return object;
 }
 
+void TDboLibIEEEGraphicInstanceList::Add(std::unique_ptr<TDboStorableObject> item) {
+    if (item) item->LeadByte = true;
+    TDboGraphicInstanceList::Add(std::move(item));
+}
+
 // ---------------------------------------------------------------------------------------------
 // TDboLibIEEE
 

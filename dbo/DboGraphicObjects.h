@@ -288,6 +288,8 @@ public:
 
     using TDboGraphicInstanceList::ConstructObject;
     std::unique_ptr<TDboStorableObject> ConstructObject(TDboIStream& stream) override;
+    // Every object of the list stands with the lead byte, also one made in code and added.
+    void Add(std::unique_ptr<TDboStorableObject> item) override;
 };
 
 // An IEEE symbol: a located group of library objects with its symbol name.

@@ -211,8 +211,14 @@ int TDboLib::Save(TDboIStream& stream) {
     std::array<uint8_t, 156> page = PageDefaults;
     if (Headered() && !KeepLoadedLayout) page[42] = page[43] = 0;
     stream.WriteData("UnknownB156", page.data(), 156);
-    if (Headered()) stream.WriteInt("StrlistCount", static_cast<int32_t>(Strings.size()));
-    else stream.WriteWord("StrlistCount", static_cast<uint16_t>(Strings.size()));
+    if (Headered()) {
+        stream.WriteInt("StrlistCount", static_cast<int32_t>(Strings.size()));
+    } else {
+        if (Strings.size() > 0xFFFF)
+            throw Exception(fmt::format("The string list holds {} strings, more than a file of version {:08X} can count",
+                                        Strings.size(), Design ? Design->Version : 0));
+        stream.WriteWord("StrlistCount", static_cast<uint16_t>(Strings.size()));
+    }
     for (const auto& s : Strings) stream.WriteStr("StrList", s);
     Aliases.Save(stream);
     if (!IsLibrary()) {

@@ -295,7 +295,10 @@ TEST(Cache, SearchByNameAndFallback) {
     // "abc" has no elements; "ABC" has one. A search for "ABC" meets the empty "abc" first.
     cache.CachePackages.Add(Make<TDboCacheItem>(d.get(), ClassOf<TDboCachePackage>()));
     cache.CachePackages.GetCacheItems(0)->Name = "abc";
-    cache.AddPackage(NewPackage(d.get(), "ABC", {}))->LibPath = kLibA;
+    // (An item of its own: AddPackage would join the item "abc".)
+    cache.CachePackages.AddItem("ABC", TDboCachePackage::CreateSpecific(d.get(), NewPackage(d.get(), "ABC", {})))
+        ->GetElements(0)
+        ->LibPath = kLibA;
     cache.AddPackage(NewPackage(d.get(), "Mixed", {}))->LibPath = kLibA;
 
     EXPECT_EQ(TDboCache::FindItemByName("ABC", cache.CachePackages)->Name, "abc");
@@ -343,7 +346,9 @@ TEST(Cache, ComponentsAndSymbolsMoveIn) {
     symbol->LibPathStr = "elsewhere";
     TDboCacheSymbol* cached = cache.AddSymbol(std::move(symbol));
     EXPECT_EQ(cached->ID, kIdOffPageSymbol);
-    EXPECT_EQ(cached->Symbol->LibPathStr, d->LibPath());
+    // The library a symbol came from stays with it.
+    EXPECT_EQ(cached->Symbol->LibPathStr, "elsewhere");
+    EXPECT_EQ(cached->LibPath, "elsewhere");
     EXPECT_EQ(cache.CacheSymbols.GetCacheItems(0)->Name, "OFFPAGE");
 
     // Written and read back: the views come out sorted, and the component can be put together again.

@@ -425,8 +425,8 @@ TEST(GraphicLibIEEE, LeadBytesAndFrame) {
     EXPECT_EQ(ieee->IEEESym, "Hyst");
     ASSERT_EQ(ieee->Graphics.Count(), 2);
     EXPECT_EQ(dynamic_cast<TDboLibLine*>(ieee->Graphics.GetInstances(1))->EndX, 3);
-    // No save writes the lead byte.
-    EXPECT_EQ(test::SaveBytes(*ieee), ByteBuilder(head).U8(45).Raw(poly).U8(41).Raw(line).Str("Hyst").b);
+    // The save writes the lead byte back, so that what it writes reads back (and byte for byte).
+    EXPECT_EQ(test::SaveBytes(*ieee), ByteBuilder(head).U8(45).U8(0x77).Raw(poly).U8(41).U8(0x77).Raw(line).Str("Hyst").b);
 
     // Symbols nested without end in a damaged file fail cleanly.
     ByteBuilder nested;
