@@ -54,11 +54,19 @@ LoadResult Run(Fn&& fn) {
 }  // namespace
 
 LoadResult LoadDesignImage(const uint8_t* data, size_t size) {
-    return Run([&] {
+    int components = 0, pages = 0, views = 0;
+    LoadResult result = Run([&] {
         TDboDesign design("fuzz.DSN", nullptr, 100, nullptr);
         design.MemoryImage.assign(data, data + size);
         design.Load(false);
+        components = design.ComponentCount();
+        pages = design.PageCount();
+        views = design.ViewCount();
     });
+    result.components = components;
+    result.pages = pages;
+    result.views = views;
+    return result;
 }
 
 LoadResult LoadRecordStream(const uint8_t* data, size_t size) {

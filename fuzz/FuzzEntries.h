@@ -37,6 +37,10 @@ constexpr size_t kRecordPrefixSize = 3;
 struct LoadResult {
     bool loaded = false;
     std::string message;  // the failure's message when not loaded
+    // What a design load gave.
+    int components = 0;
+    int pages = 0;
+    int views = 0;
 };
 
 // Loads a design from the bytes of a compound file in memory.

@@ -1,4 +1,4 @@
-// Compound files (OLE structured storage) on top of libgsf.
+// Compound files (OLE structured storage): reading and writing the published format.
 //
 // A compound file is a tree of named storages (folders) and streams (byte sequences). This layer
 // gives the few operations that the database layer needs of it, with the result codes and the

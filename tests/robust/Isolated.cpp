@@ -58,10 +58,14 @@ void WriteAll(int fd, const void* data, size_t size) {
     uint64_t before = std::max(StatusBytes("VmHWM"), StatusBytes("VmRSS"));
     IsolatedResult::Kind kind;
     std::string message;
+    int32_t counts[3] = {0, 0, 0};
     try {
         fuzz::LoadResult r = load();
         kind = r.loaded ? IsolatedResult::Loaded : IsolatedResult::Refused;
         message = r.message;
+        counts[0] = r.components;
+        counts[1] = r.pages;
+        counts[2] = r.views;
     } catch (const std::exception& e) {
         kind = IsolatedResult::Escaped;
         message = std::string("exception escaped: ") + e.what();
@@ -83,6 +87,7 @@ void WriteAll(int fd, const void* data, size_t size) {
     uint32_t len = static_cast<uint32_t>(message.size());
     WriteAll(fd, &k, sizeof k);
     WriteAll(fd, &peak, sizeof peak);
+    WriteAll(fd, counts, sizeof counts);
     WriteAll(fd, &len, sizeof len);
     WriteAll(fd, message.data(), message.size());
     close(fd);
@@ -145,7 +150,8 @@ IsolatedResult RunIsolated(const std::function<fuzz::LoadResult()>& load, const 
         result.message = std::string("killed by signal ") + strsignal(WTERMSIG(status));
         return result;
     }
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0 || reply.size() < 16) {
+    constexpr size_t kHead = 4 + 8 + 12 + 4;  // kind, peak, counts, message length
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0 || reply.size() < kHead) {
         result.kind = IsolatedResult::Crashed;
         result.message = "exited with status " + std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : -1) +
                          " (a sanitizer report or an allocation beyond the limit)";
@@ -153,11 +159,16 @@ IsolatedResult RunIsolated(const std::function<fuzz::LoadResult()>& load, const 
     }
     int32_t k;
     uint32_t len;
+    int32_t counts[3];
     std::memcpy(&k, reply.data(), 4);
     std::memcpy(&result.peakBytes, reply.data() + 4, 8);
-    std::memcpy(&len, reply.data() + 12, 4);
+    std::memcpy(counts, reply.data() + 12, 12);
+    std::memcpy(&len, reply.data() + 24, 4);
     result.kind = static_cast<IsolatedResult::Kind>(k);
-    result.message = reply.substr(16, len);
+    result.components = counts[0];
+    result.pages = counts[1];
+    result.views = counts[2];
+    result.message = reply.substr(kHead, len);
     return result;
 }
 

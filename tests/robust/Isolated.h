@@ -19,6 +19,7 @@ struct IsolatedResult {
     enum Kind { Loaded, Refused, Escaped, Crashed, TimedOut, Leaked } kind = Crashed;
     std::string message;   // the failure's message, the escaped exception's text, or the signal
     uint64_t peakBytes = 0;  // growth of the child's resident set during the load
+    int components = 0, pages = 0, views = 0;  // what the load gave
 };
 
 // Runs `load` in a forked child. Refused: it raised Exception with a message. Escaped: anything
