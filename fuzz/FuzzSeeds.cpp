@@ -2,6 +2,10 @@
 // record loader reads, behind the prefix that names its record and the file's version.
 //
 //   orcadx_fuzz_seeds OUTDIR MAXBYTES FILE...
+//   orcadx_fuzz_seeds --hostile OUTDIR MAXBYTES
+//
+// The second form writes starting inputs of the design fuzzer instead: files of every family of
+// fuzz/HostileFiles.h at a few small sizes.
 //
 // Streams longer than MAXBYTES are left out, so that the fuzzer spends its time on inputs it can
 // mutate quickly.
@@ -16,6 +20,7 @@
 #include <vector>
 
 #include "fuzz/FuzzEntries.h"
+#include "fuzz/HostileFiles.h"
 #include "platform/CompoundFile.h"
 
 namespace fs = std::filesystem;
@@ -45,7 +50,26 @@ std::unique_ptr<CfbStorage> Child(CfbStorage& storage, const std::string& name) 
 
 }  // namespace
 
+// Files of every odd family at a few sizes, up to `maxBytes` each.
+int WriteHostileSeeds(const fs::path& outDir, size_t maxBytes) {
+    fs::create_directories(outDir);
+    int written = 0;
+    for (int f = 0; f < static_cast<int>(fuzz::Hostile::Count); ++f) {
+        auto family = static_cast<fuzz::Hostile>(f);
+        for (int n : {1, 3, 40}) {
+            std::vector<uint8_t> bytes = fuzz::MakeHostileFile(family, n);
+            if (bytes.size() > maxBytes) continue;
+            std::ofstream(outDir / ("hostile-" + std::to_string(f) + "-" + std::to_string(n)), std::ios::binary)
+                .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+            ++written;
+        }
+    }
+    std::cout << written << " odd files written to " << outDir << "\n";
+    return 0;
+}
+
 int main(int argc, char** argv) {
+    if (argc == 4 && std::string(argv[1]) == "--hostile") return WriteHostileSeeds(argv[2], std::strtoul(argv[3], nullptr, 10));
     if (argc < 4) {
         std::cerr << "usage: orcadx_fuzz_seeds OUTDIR MAXBYTES FILE...\n";
         return 2;

@@ -1,0 +1,177 @@
+// How a load grows with the size of a file: synthetic designs of N = 1,000, 10,000 and 100,000
+// pages, components and directory entries (fuzz/HostileFiles.h), loaded from disk; the time of a
+// load, its peak memory in a fresh process, and the log-log slope of time against N (1 is
+// linear). Then the odd files of the robustness tests at their largest size, timed the same way.
+//
+//   orcadx_scale_bench [--dir DIR] [Google Benchmark flags]
+#include <benchmark/benchmark.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "dbo/DboDesign.h"
+#include "fuzz/HostileFiles.h"
+
+namespace fs = std::filesystem;
+using namespace orcadx;
+using fuzz::Hostile;
+
+namespace {
+
+uint64_t StatusBytes(const char* field) {
+    std::ifstream in(std::string("/proc/self/status"));
+    std::string line, key = std::string(field) + ":";
+    while (std::getline(in, line))
+        if (line.compare(0, key.size(), key) == 0) return std::stoull(line.substr(key.size())) * 1024;
+    return 0;
+}
+
+struct Case {
+    Hostile family;
+    int n;
+    fs::path file;
+    uint64_t size = 0;
+    uint64_t peak = 0;
+};
+
+std::vector<Case> cases;
+
+// Generated once into `dir` and kept: the files of 100,000 take seconds to make.
+fs::path FileFor(const fs::path& dir, Hostile family, int n) {
+    fs::path file = dir / ("scale-" + std::to_string(static_cast<int>(family)) + "-" + std::to_string(n) +
+                           (family == Hostile::RepeatedPackage || family == Hostile::MissingPackages ? ".OLB" : ".DSN"));
+    if (!fs::exists(file)) {
+        std::vector<uint8_t> bytes = fuzz::MakeHostileFile(family, n);
+        std::ofstream(file, std::ios::binary)
+            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    }
+    return file;
+}
+
+bool LoadFile(const fs::path& file) {
+    dbo::TDboDesign d(file.string(), nullptr, 0, nullptr);
+    try {
+        d.Load(false);
+        return true;
+    } catch (const dbo::Exception&) {
+        return false;  // the refused families are timed to their refusal
+    }
+}
+
+// The growth of the resident set during one load, in a fresh process (this program again).
+uint64_t MeasurePeak(const fs::path& file) {
+    std::string command = "'" + fs::read_symlink("/proc/self/exe").string() + "' --measure '" + file.string() + "'";
+    FILE* p = popen(command.c_str(), "r");
+    if (!p) throw std::runtime_error("can't run " + command);
+    unsigned long long peak = 0;
+    int got = std::fscanf(p, "%llu", &peak);
+    if (pclose(p) != 0 || got != 1) throw std::runtime_error("the measuring load failed: " + file.string());
+    return peak;
+}
+
+void BM_Load(benchmark::State& state, const Case* c) {
+    for (auto _ : state) benchmark::DoNotOptimize(LoadFile(c->file));
+    state.counters["N"] = c->n;
+    state.counters["peak_MiB"] = static_cast<double>(c->peak) / (1 << 20);
+}
+
+class TableReporter : public benchmark::ConsoleReporter {
+public:
+    TableReporter() : ConsoleReporter(OO_Tabular) {}
+    void ReportRuns(const std::vector<Run>& runs) override {
+        ConsoleReporter::ReportRuns(runs);
+        for (const auto& r : runs)
+            if (r.run_type == Run::RT_Iteration && !r.error_occurred) {
+                wall_[r.run_name.function_name] = r.real_accumulated_time / static_cast<double>(r.iterations);
+                cpu_[r.run_name.function_name] = r.cpu_accumulated_time / static_cast<double>(r.iterations);
+            }
+    }
+    void Finalize() override {
+        ConsoleReporter::Finalize();
+        // The slopes are taken on CPU time: on a shared machine the wall time of a load also holds the
+        // time it waited for a processor.
+        std::printf("\n| File | N | Size MiB | Load CPU ms | Load wall ms | Peak MiB | Slope from the row above |\n");
+        std::printf("|---|---:|---:|---:|---:|---:|---:|\n");
+        std::map<Hostile, std::pair<int, double>> first, previous;
+        for (const Case& c : cases) {
+            double t = cpu_[Name(c)];
+            std::string slope = "";
+            if (previous.count(c.family))
+                slope = Fixed(std::log(t / previous[c.family].second) / std::log(double(c.n) / previous[c.family].first));
+            else
+                first[c.family] = {c.n, t};
+            previous[c.family] = {c.n, t};
+            std::printf("| %s | %d | %.1f | %.1f | %.1f | %.1f | %s |\n", fuzz::HostileName(c.family), c.n,
+                        c.size / 1048576.0, t * 1e3, wall_[Name(c)] * 1e3, c.peak / 1048576.0, slope.c_str());
+        }
+        std::printf("\nLog-log slope of load CPU time from the smallest to the largest N (1.00 is linear):\n");
+        for (const auto& [family, start] : first) {
+            const auto& last = previous[family];
+            if (last.first == start.first) continue;
+            std::printf("- %s, N %d to %d: %s\n", fuzz::HostileName(family), start.first, last.first,
+                        Fixed(std::log(last.second / start.second) / std::log(double(last.first) / start.first)).c_str());
+        }
+    }
+
+    static std::string Name(const Case& c) {
+        return std::string("Load/") + fuzz::HostileName(c.family) + "/" + std::to_string(c.n);
+    }
+
+private:
+    static std::string Fixed(double v) {
+        char buf[32];
+        std::snprintf(buf, sizeof buf, "%.2f", v);
+        return buf;
+    }
+    std::map<std::string, double> wall_, cpu_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc == 3 && std::string(argv[1]) == "--measure") {
+        uint64_t before = StatusBytes("VmRSS");
+        LoadFile(argv[2]);
+        uint64_t peak = StatusBytes("VmHWM");
+        std::printf("%llu\n", static_cast<unsigned long long>(peak > before ? peak - before : 0));
+        return 0;
+    }
+    fs::path dir = fs::temp_directory_path() / "orcadx-scale";
+    std::vector<char*> args;
+    for (int i = 0; i < argc; ++i) {
+        if (std::string(argv[i]) == "--dir" && i + 1 < argc) dir = argv[++i];
+        else args.push_back(argv[i]);
+    }
+    int n = static_cast<int>(args.size());
+    benchmark::Initialize(&n, args.data());
+    fs::create_directories(dir);
+
+    for (Hostile family : {Hostile::ManyPages, Hostile::ManyComponents, Hostile::WideStorage})
+        for (int size : {1000, 10000, 100000}) cases.push_back({family, size, {}});
+    // The odd families at their largest size beside a size ten times smaller.
+    for (Hostile family : {Hostile::NestedStorages, Hostile::SiblingChain, Hostile::DirectoryLoop})
+        for (int size : {10000, 100000}) cases.push_back({family, size, {}});
+    for (Hostile family : {Hostile::RepeatedPage, Hostile::RepeatedView, Hostile::RepeatedPackage,
+                           Hostile::MissingPackages, Hostile::CaseVariantCache})
+        for (int size : {6553, 65535}) cases.push_back({family, size, {}});
+    for (Case& c : cases) {
+        std::fprintf(stderr, "preparing %s, N = %d\n", fuzz::HostileName(c.family), c.n);
+        c.file = FileFor(dir, c.family, c.n);
+        c.size = fs::file_size(c.file);
+        c.peak = MeasurePeak(c.file);
+        benchmark::RegisterBenchmark(TableReporter::Name(c).c_str(), BM_Load, &c)
+            ->Unit(benchmark::kMillisecond)
+            ->MinTime(0.2);
+    }
+    TableReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::Shutdown();
+    return 0;
+}
