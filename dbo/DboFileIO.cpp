@@ -41,30 +41,6 @@ std::string FirstChars(const std::vector<std::string>& chars, size_t n) {
 
 }  // namespace
 
-void RethrowInStream(const std::string& where, uint64_t offset) {
-    try {
-        throw;
-    } catch (const EDboFileIO& e) {
-        throw EDboFileIO(fmt::format("{} ({}, stream offset {:08X})", e.what(), where, offset));
-    } catch (const Exception& e) {
-        throw Exception(fmt::format("{} ({}, stream offset {:08X})", e.what(), where, offset));
-    }
-}
-
-void RethrowInStream(const std::string& where, const TDboIStream& stream) {
-    std::string place = fmt::format("{}, stream offset {:08X}", where, stream.FieldStart());
-    if (!stream.FailedField().empty()) place += fmt::format(", field \"{}\"", stream.FailedField());
-    try {
-        throw;
-    } catch (const EDboFileIO& e) {
-        throw EDboFileIO(fmt::format("{} ({})", e.what(), place));
-    } catch (const Exception& e) {
-        throw Exception(fmt::format("{} ({})", e.what(), place));
-    } catch (const std::bad_alloc&) {
-        throw Exception(fmt::format("Not enough memory to read {}", place));
-    }
-}
-
 void RethrowWithPlace(const std::string& where) {
     try {
         throw;
@@ -75,6 +51,16 @@ void RethrowWithPlace(const std::string& where) {
     } catch (const std::bad_alloc&) {
         throw Exception(fmt::format("Not enough memory to read {}", where));
     }
+}
+
+void RethrowInStream(const std::string& where, uint64_t offset) {
+    RethrowWithPlace(fmt::format("{}, stream offset {:08X}", where, offset));
+}
+
+void RethrowInStream(const std::string& where, const TDboIStream& stream) {
+    std::string place = fmt::format("{}, stream offset {:08X}", where, stream.FieldStart());
+    if (!stream.FailedField().empty()) place += fmt::format(", field \"{}\"", stream.FailedField());
+    RethrowWithPlace(place);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -13,6 +13,7 @@
 #include "dbo/DboObjects.h"
 #include "dbo/DboViewObjects.h"
 #include "platform/CfbWriter.h"
+#include "platform/CodePage.h"
 #include "platform/CompoundFile.h"
 
 namespace orcadx::fuzz {
@@ -209,7 +210,7 @@ void CopyInto(RawTree& tree, platform::CfbStorage& storage, uint32_t parent) {
     uint32_t previous = cfb::kNoEntry;
     for (const auto& e : storage.List()) {
         cfb::RawEntry entry;
-        entry.name = cfb::Utf8ToUtf16(e.name);
+        entry.name = platform::Utf8ToUtf16(e.name);
         entry.type = e.isStorage ? cfb::kTypeStorage : cfb::kTypeStream;
         const uint32_t index = static_cast<uint32_t>(tree.entries.size());
         if (!e.isStorage) {
@@ -284,7 +285,7 @@ Bytes SiblingChain(int n, bool loop) {
     uint32_t first = static_cast<uint32_t>(tree.entries.size());
     for (int i = 0; i < n; ++i) {
         cfb::RawEntry stream;
-        stream.name = cfb::Utf8ToUtf16("X" + std::to_string(i));
+        stream.name = platform::Utf8ToUtf16("X" + std::to_string(i));
         stream.data = &data;
         uint32_t index = static_cast<uint32_t>(tree.entries.size());
         if (i + 1 < n) stream.right = index + 1;

@@ -10,7 +10,6 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 
 namespace orcadx::platform::cfb {
 
@@ -81,11 +80,6 @@ inline void PutU64(uint8_t* p, uint64_t v) {
     PutU32(p, static_cast<uint32_t>(v));
     PutU32(p + 4, static_cast<uint32_t>(v >> 32));
 }
-
-// UTF-16 code units to UTF-8; a lone surrogate becomes U+FFFD.
-std::string Utf16ToUtf8(const char16_t* text, size_t count);
-// UTF-8 to UTF-16 code units; a malformed byte becomes U+FFFD.
-std::u16string Utf8ToUtf16(std::string_view text);
 
 // The order of names in a storage's tree: shorter names first, then code unit by code unit with
 // the letters a to z folded to upper case.

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "platform/CfbFormat.h"
+#include "platform/CodePage.h"
 #include "platform/TextCompare.h"
 
 namespace orcadx::platform::cfb {
@@ -206,7 +207,7 @@ bool Reader::ReadDirectory(std::string& error) {
                 name[n] = static_cast<char16_t>(GetU16(e + kOffName + 2 * n));
                 if (name[n] == 0) break;
             }
-            entry.name = Utf16ToUtf8(name, n);
+            entry.name = Utf16ToUtf8(std::u16string_view(name, n));
         }
     }
     if (entries_.empty() || entries_[0].type != kTypeRoot) {

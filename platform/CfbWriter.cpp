@@ -1,4 +1,5 @@
 #include "platform/CfbWriter.h"
+#include "platform/CodePage.h"
 
 #include <algorithm>
 #include <cstring>

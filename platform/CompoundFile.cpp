@@ -6,6 +6,7 @@
 
 #include "platform/CfbReader.h"
 #include "platform/CfbWriter.h"
+#include "platform/CodePage.h"
 
 namespace orcadx::platform {
 
@@ -14,7 +15,7 @@ using cfb::Node;
 namespace {
 
 // Length of a UTF-8 name in UTF-16 code units.
-size_t Utf16Length(const std::string& s) { return cfb::Utf8ToUtf16(s).size(); }
+size_t Utf16Length(const std::string& s) { return Utf8ToUtf16(s).size(); }
 
 bool ValidUtf8(const std::string& s) {
     for (size_t i = 0; i < s.size();) {

@@ -12,6 +12,7 @@
 #include "TestSupport.h"
 #include "dbo/DboFileIO.h"
 #include "platform/CfbFormat.h"
+#include "platform/CodePage.h"
 #include "platform/CfbWriter.h"
 #include "platform/CompoundFile.h"
 
@@ -23,7 +24,7 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-std::u16string U16(const std::string& s) { return cfb::Utf8ToUtf16(s); }
+std::u16string U16(const std::string& s) { return platform::Utf8ToUtf16(s); }
 
 // A root holding `count` streams "S0".."S<count-1>" of 8 bytes each, linked as `link` says
 // (given the entries of the streams, 1..count, it sets the root's child and the sibling links).

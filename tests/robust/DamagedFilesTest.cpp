@@ -25,18 +25,6 @@ namespace {
 namespace fs = std::filesystem;
 using Bytes = std::vector<uint8_t>;
 
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool kSanitized = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-constexpr bool kSanitized = true;
-#else
-constexpr bool kSanitized = false;
-#endif
-#else
-constexpr bool kSanitized = false;
-#endif
-
 // A design (headered, with pages), a library (headered) and an older library (version 2, no size
 // headers): small enough that hundreds of loads stay quick under the sanitizers.
 const char* const kSampleFiles[] = {"PREAMPL_SCHEM.DSN", "capsym.olb", "Capture_Libraries/oldlibs/POWER_9_0_0.OBK"};
@@ -44,18 +32,6 @@ const char* const kSampleFiles[] = {"PREAMPL_SCHEM.DSN", "capsym.olb", "Capture_
 Bytes ReadFile(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     return Bytes(std::istreambuf_iterator<char>(in), {});
-}
-
-// Memory that a load of a file of `size` bytes may take at its peak: the objects of a whole
-// design are a small multiple of the file; the sanitizers' redzones and quarantine add a fixed
-// amount on top.
-uint64_t PeakBound(uint64_t size) { return (kSanitized ? 512ull << 20 : 64ull << 20) + 64 * size; }
-
-Bounds LoadBounds(uint64_t size) {
-    Bounds b;
-    b.seconds = kSanitized ? 60 : 20;
-    b.addressSpace = (1ull << 30) + 64 * size;
-    return b;
 }
 
 struct Sample {

@@ -21,18 +21,6 @@ namespace {
 using fuzz::Hostile;
 using Bytes = std::vector<uint8_t>;
 
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool kSanitized = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-constexpr bool kSanitized = true;
-#else
-constexpr bool kSanitized = false;
-#endif
-#else
-constexpr bool kSanitized = false;
-#endif
-
 // Sizes per family: small ones, and one large enough that a cost growing with the square of n, or
 // a stream loaded once per naming, would pass the bounds (the repeated names at the lists' limit).
 std::vector<int> Sizes(Hostile family) {
@@ -44,17 +32,6 @@ std::vector<int> Sizes(Hostile family) {
         case Hostile::ManyComponents: return {1, 30, kSanitized ? 1500 : 4000};
         default: return {1, 2, 300, kSanitized ? 8000 : 20000};
     }
-}
-
-// Memory that a load may take: a small multiple of the file, and a fixed amount for the
-// sanitizers' redzones and quarantine.
-uint64_t PeakBound(uint64_t size) { return (kSanitized ? 512ull << 20 : 64ull << 20) + 64 * size; }
-
-Bounds LoadBounds(uint64_t size) {
-    Bounds b;
-    b.seconds = kSanitized ? 60 : 20;
-    b.addressSpace = (1ull << 30) + 64 * size;
-    return b;
 }
 
 TEST(HostileFiles, EachLoadsOrIsRefusedWithAMessageInBoundedTimeAndMemory) {

@@ -10,6 +10,18 @@
 
 namespace orcadx::test {
 
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kSanitized = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+constexpr bool kSanitized = true;
+#else
+constexpr bool kSanitized = false;
+#endif
+#else
+constexpr bool kSanitized = false;
+#endif
+
 struct Bounds {
     int seconds = 20;             // wall time before the child is killed
     uint64_t addressSpace = 0;    // extra address space the child may map (RLIMIT_AS); 0: no limit
@@ -28,5 +40,17 @@ struct IsolatedResult {
 IsolatedResult RunIsolated(const std::function<fuzz::LoadResult()>& load, const Bounds& bounds);
 
 std::string Describe(const IsolatedResult& r);
+
+// Memory that a load of a file of `size` bytes may take at its peak: the objects of a whole design
+// are a small multiple of the file; the sanitizers' redzones and quarantine add a fixed amount.
+inline uint64_t PeakBound(uint64_t size) { return (kSanitized ? 512ull << 20 : 64ull << 20) + 64 * size; }
+
+// The bounds of one load's child process.
+inline Bounds LoadBounds(uint64_t size) {
+    Bounds b;
+    b.seconds = kSanitized ? 60 : 20;
+    b.addressSpace = (1ull << 30) + 64 * size;
+    return b;
+}
 
 }  // namespace orcadx::test
