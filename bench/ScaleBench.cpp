@@ -143,7 +143,8 @@ int main(int argc, char** argv) {
         std::printf("%llu\n", static_cast<unsigned long long>(peak > before ? peak - before : 0));
         return 0;
     }
-    fs::path dir = fs::temp_directory_path() / "orcadx-scale";
+    // Beside the program by default: a fixed folder of /tmp would be shared with other users.
+    fs::path dir = fs::read_symlink("/proc/self/exe").parent_path() / "scale-files";
     std::vector<char*> args;
     for (int i = 0; i < argc; ++i) {
         if (std::string(argv[i]) == "--dir" && i + 1 < argc) dir = argv[++i];

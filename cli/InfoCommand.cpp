@@ -106,8 +106,9 @@ int Run(const InfoOptions& opt) {
     }
     out.flush();
     // The process ends right after this: the design's memory goes back with it, not object by object.
-    // Held by a static pointer, it stays reachable for leak checkers.
-    [[maybe_unused]] static dbo::TDboDesign* keptUntilExit = nullptr;
+    // Held by a static pointer, it stays reachable for leak checkers (volatile, so that the store
+    // to a pointer nothing reads is kept).
+    [[maybe_unused]] static dbo::TDboDesign* volatile keptUntilExit = nullptr;
     keptUntilExit = design.release();
     if (!loadError.empty()) {
         std::cerr << "error: the file could not be read whole: " << loadError << "\n";
