@@ -43,21 +43,64 @@ private:
     Json fonts_ = Json::array();
 };
 
-Json ToJson(const ObjectCore& object, FontTableWriter* fonts) {
-    Json props = object.Props();
-    if (fonts)
-        for (auto& [key, value] : props.items())
-            if (IsFontKey(key) && value.is_number_integer()) value = fonts->IndexOf(value.get<int32_t>());
-    Json out{{"kind", object.Kind()}, {"props", std::move(props)}};
-    if (!object.Children().empty()) {
-        Json children = Json::array();
-        for (const ObjectCore* child : object.Children()) children.push_back(ToJson(*child, fonts));
-        out["children"] = std::move(children);
-    }
-    return out;
+// Gives every font in use its index, in the order of first use: an object's properties in name
+// order, then its children.
+void NumberFonts(const ObjectCore& object, FontTableWriter& fonts) {
+    for (const auto& [name, value] : object.Props().Entries())
+        if (IsFontKey(*name))
+            if (auto* id = std::get_if<int64_t>(&value)) fonts.IndexOf(static_cast<int32_t>(*id));
+    for (const ObjectCore* child : object.Children()) NumberFonts(*child, fonts);
 }
 
-std::unique_ptr<ObjectCore> FromJson(SchServer& server, const Json& j, const std::vector<int32_t>& fontIds,
+// One object as JSON text at `depth`: {"children", "kind", "props"} in that (sorted) order.
+void AppendObject(std::string& out, const ObjectCore& object, FontTableWriter* fonts, int depth) {
+    out += "{\n";
+    if (!object.Children().empty()) {
+        AppendTabs(out, depth + 1);
+        out += "\"children\": [\n";
+        bool first = true;
+        for (const ObjectCore* child : object.Children()) {
+            if (!first) out += ",\n";
+            first = false;
+            AppendTabs(out, depth + 2);
+            AppendObject(out, *child, fonts, depth + 2);
+        }
+        out += '\n';
+        AppendTabs(out, depth + 1);
+        out += "],\n";
+    }
+    AppendTabs(out, depth + 1);
+    out += "\"kind\": " + std::to_string(object.Kind()) + ",\n";
+    AppendTabs(out, depth + 1);
+    out += "\"props\": ";
+    const auto& entries = object.Props().Entries();
+    if (entries.empty()) {
+        out += "{}";
+    } else {
+        out += "{\n";
+        bool first = true;
+        for (const auto& [name, value] : entries) {
+            if (!first) out += ",\n";
+            first = false;
+            AppendTabs(out, depth + 2);
+            AppendJsonString(out, *name);
+            out += ": ";
+            const auto* id = std::get_if<int64_t>(&value);
+            if (fonts && id && IsFontKey(*name))
+                out += std::to_string(fonts->IndexOf(static_cast<int32_t>(*id)));
+            else
+                AppendJsonText(out, value, depth + 2);
+        }
+        out += '\n';
+        AppendTabs(out, depth + 1);
+        out += '}';
+    }
+    out += '\n';
+    AppendTabs(out, depth);
+    out += '}';
+}
+
+std::unique_ptr<ObjectCore> FromJson(SchServer& server, Json& j, const std::vector<int32_t>& fontIds,
                                      const std::string& where) {
     if (!j.is_object() || !j.contains("kind") || !j["kind"].is_number_integer())
         throw EApiErr("Object without kind at " + where);
@@ -72,19 +115,20 @@ std::unique_ptr<ObjectCore> FromJson(SchServer& server, const Json& j, const std
     }
     if (j.contains("props")) {
         if (!j["props"].is_object()) throw EApiErr("Properties are no object at " + where);
-        for (const auto& [key, value] : j["props"].items()) {
-            Json v = value;
-            if (IsFontKey(key) && v.is_number_integer()) {
-                int32_t index = v.get<int32_t>();
-                v = index >= 1 && index <= static_cast<int32_t>(fontIds.size()) ? fontIds[index - 1] : 1;
+        for (auto& [key, value] : j["props"].items()) {
+            if (IsFontKey(key) && value.is_number_integer()) {
+                int32_t index = value.get<int32_t>();
+                object->SetInt(key.c_str(),
+                               index >= 1 && index <= static_cast<int32_t>(fontIds.size()) ? fontIds[index - 1] : 1);
+            } else {
+                object->Slot(key) = ValueFromJson(std::move(value));
             }
-            object->Props()[key] = std::move(v);
         }
     }
     if (j.contains("children")) {
         if (!j["children"].is_array()) throw EApiErr("Children are no list at " + where);
         size_t i = 0;
-        for (const auto& c : j["children"]) {
+        for (auto& c : j["children"]) {
             auto child = FromJson(server, c, fontIds, where + "/" + std::to_string(i++));
             if (child->IsDocument()) throw EApiErr("A document cannot stand inside another at " + where);
             object->AddChild(child.release());
@@ -95,16 +139,17 @@ std::unique_ptr<ObjectCore> FromJson(SchServer& server, const Json& j, const std
 
 }  // namespace
 
-Json ObjectToJson(const ObjectCore& object) { return ToJson(object, nullptr); }
-
 std::string DocumentToText(ObjectCore& document) {
     FontTableWriter fonts(*document.Server());
-    Json body = ToJson(document, &fonts);
-    Json file{{"format", document.Kind() == eSchLib ? kLibraryFormat : kSheetFormat},
-              {"version", kDocumentFormatVersion},
-              {"fonts", fonts.Table()},
-              {"document", std::move(body)}};
-    return file.dump(1, '\t') + "\n";
+    NumberFonts(document, fonts);
+    std::string out = "{\n\t\"document\": ";
+    AppendObject(out, document, &fonts, 1);
+    out += ",\n\t\"fonts\": ";
+    AppendJsonText(out, fonts.Table(), 1);
+    out += ",\n\t\"format\": ";
+    AppendJsonString(out, document.Kind() == eSchLib ? kLibraryFormat : kSheetFormat);
+    out += ",\n\t\"version\": " + std::to_string(kDocumentFormatVersion) + "\n}\n";
+    return out;
 }
 
 void WriteDocumentFile(ObjectCore& document, const std::string& path) {

@@ -27,7 +27,4 @@ std::unique_ptr<ObjectCore> DocumentFromText(SchServer& server, const std::strin
 // A document from a file; throws EApiErr when it can't be read.
 std::unique_ptr<ObjectCore> ReadDocumentFile(SchServer& server, const std::string& path);
 
-// One object (and what it holds) as JSON, with font ids as they are in this session.
-Json ObjectToJson(const ObjectCore& object);
-
 }  // namespace orcadx::host::impl

@@ -329,7 +329,7 @@ public:
     void SetState_EmbedImage(bool value) override {
         SetBool("EmbedImage", value);
         if (!value) {
-            Props().erase("ImageData");
+            Erase("ImageData");
             return;
         }
         // The image is read at this moment: the file may be gone afterwards.
@@ -1065,7 +1065,7 @@ public:
     void MirrorAbout(int32_t) override {}
     void InitNew() override {
         InitGraphical(kDarkRed, kLightYellow);
-        Props().erase(kLocation);
+        Erase(kLocation);
         SetStr("Name", "");
         SetInt("Side", 0);
         SetInt("DistanceFromTop", 100 * kMil);
@@ -1088,7 +1088,7 @@ public:
     ORX_INT(DistanceFromTop)
     void InitNew() override {
         InitGraphical(kDarkRed, kLightYellow);
-        Props().erase(kLocation);
+        Erase(kLocation);
         SetStr("Name", "");
         SetInt("Side", 0);
         SetInt("DistanceFromTop", 0);
@@ -1150,7 +1150,7 @@ public:
     ORX_BOOL(BuiltInSwitchA)
     ORX_BOOL(BuiltInSwitchB)
     void AddDataFileLink(const std::string& entity, const std::string& location, const std::string& kind) override {
-        Props()["DataFileLinks"].push_back(Json{{"Entity", entity}, {"Location", location}, {"Kind", kind}});
+        JsonProperty("DataFileLinks").push_back(Json{{"Entity", entity}, {"Location", location}, {"Kind", kind}});
     }
     int32_t GetState_DataFileLinkCount() override { return static_cast<int32_t>(Links().size()); }
     std::string GetState_DataFileLinkEntity(int32_t i) override { return Link(i, "Entity"); }
@@ -1165,7 +1165,7 @@ public:
         SetStr("MapAsString", "");
         SetBool("BuiltInSwitchA", false);
         SetBool("BuiltInSwitchB", false);
-        Props()["DataFileLinks"] = Json::array();
+        JsonProperty("DataFileLinks") = Json::array();
     }
     // Models have no place on the sheet.
     void Translate(int32_t, int32_t) override {}
@@ -1175,9 +1175,9 @@ public:
 
 private:
     const Json& Links() {
-        if (!Props().contains("DataFileLinks") || !Props()["DataFileLinks"].is_array())
-            Props()["DataFileLinks"] = Json::array();
-        return Props()["DataFileLinks"];
+        Json& links = JsonProperty("DataFileLinks");
+        if (!links.is_array()) links = Json::array();
+        return links;
     }
     std::string Link(int32_t i, const char* field) {
         const Json& links = Links();
@@ -1248,13 +1248,13 @@ public:
         AddChild(raw);
         return dynamic_cast<ISch_Parameter*>(raw->Iface());
     }
-    void AddAlias(const std::string& alias) override { Props()["Aliases"].push_back(alias); }
+    void AddAlias(const std::string& alias) override { JsonProperty("Aliases").push_back(alias); }
     int32_t GetState_AliasCount() override {
-        return Props().contains("Aliases") ? static_cast<int32_t>(Props()["Aliases"].size()) : 0;
+        return Has("Aliases") ? static_cast<int32_t>(JsonProperty("Aliases").size()) : 0;
     }
     std::string GetState_Alias(int32_t index) override {
         if (index < 0 || index >= GetState_AliasCount()) throw EApiErr("Alias index out of range");
-        return Props()["Aliases"][index].get<std::string>();
+        return JsonProperty("Aliases")[index].get<std::string>();
     }
     ISch_Implementation* AddImplementation() override {
         ObjectCore* raw = MakeObject(Server(), eImplementation, true).release();
@@ -1303,7 +1303,7 @@ public:
         SetInt("ComponentKind", eComponentKind_Standard);
         SetBool("HighFlag", false);
         SetBool("IsPlaced", false);
-        Props()["Aliases"] = Json::array();
+        JsonProperty("Aliases") = Json::array();
         ObjectCore* designator = ChildOfKind(this, eDesignator, true);
         designator->SetCoord(kLocation, {0, 20 * kMil});
         GetState_SchComment();
@@ -1531,55 +1531,98 @@ ObjectCore* ObjectCore::OwnerComponent() {
     return nullptr;
 }
 
-int32_t ObjectCore::GetInt(const char* name, int32_t def) const {
-    auto it = props_.find(name);
-    if (it == props_.end()) return def;
-    if (it->is_number_integer()) return ToInt32(it->get<int64_t>());
-    if (it->is_number()) return ToInt32(std::llround(it->get<double>()));
-    if (it->is_boolean()) return it->get<bool>() ? 1 : 0;
+namespace {
+
+int32_t IntOfJson(const Json& v, int32_t def) {
+    if (v.is_number_integer()) return ToInt32(v.get<int64_t>());
+    if (v.is_number()) return ToInt32(std::llround(v.get<double>()));
+    if (v.is_boolean()) return v.get<bool>() ? 1 : 0;
     return def;
 }
+
+Coord PointOfJson(const Json& v) {
+    if (!v.is_array() || v.size() != 2 || !v[0].is_number() || !v[1].is_number()) return {};
+    return {ToInt32(v[0].get<int64_t>()), ToInt32(v[1].get<int64_t>())};
+}
+
+}  // namespace
+
+PropertyValue& ObjectCore::Slot(std::string_view name) { return props_.Slot(server_->Names(), name); }
+
+int32_t ObjectCore::GetInt(const char* name, int32_t def) const {
+    const PropertyValue* v = props_.Find(name);
+    if (!v) return def;
+    if (auto* i = std::get_if<int64_t>(v)) return ToInt32(*i);
+    if (auto* d = std::get_if<double>(v)) return ToInt32(std::llround(*d));
+    if (auto* b = std::get_if<bool>(v)) return *b ? 1 : 0;
+    if (auto* j = std::get_if<Json>(v)) return IntOfJson(*j, def);
+    return def;
+}
+
+void ObjectCore::SetInt(const char* name, int32_t value) { Slot(name).emplace<int64_t>(value); }
 
 bool ObjectCore::GetBool(const char* name, bool def) const {
-    auto it = props_.find(name);
-    if (it == props_.end()) return def;
-    if (it->is_boolean()) return it->get<bool>();
-    if (it->is_number()) return it->get<double>() != 0;
+    const PropertyValue* v = props_.Find(name);
+    if (!v) return def;
+    if (auto* b = std::get_if<bool>(v)) return *b;
+    if (auto* i = std::get_if<int64_t>(v)) return *i != 0;
+    if (auto* d = std::get_if<double>(v)) return *d != 0;
+    if (auto* j = std::get_if<Json>(v)) {
+        if (j->is_boolean()) return j->get<bool>();
+        if (j->is_number()) return j->get<double>() != 0;
+    }
     return def;
 }
 
+void ObjectCore::SetBool(const char* name, bool value) { Slot(name).emplace<bool>(value); }
+
 double ObjectCore::GetDouble(const char* name, double def) const {
-    auto it = props_.find(name);
-    if (it == props_.end() || !it->is_number()) return def;
-    return it->get<double>();
+    const PropertyValue* v = props_.Find(name);
+    if (!v) return def;
+    if (auto* d = std::get_if<double>(v)) return *d;
+    if (auto* i = std::get_if<int64_t>(v)) return static_cast<double>(*i);
+    if (auto* j = std::get_if<Json>(v); j && j->is_number()) return j->get<double>();
+    return def;
 }
+
+void ObjectCore::SetDouble(const char* name, double value) { Slot(name).emplace<double>(value); }
 
 std::string ObjectCore::GetStr(const char* name, const std::string& def) const {
-    auto it = props_.find(name);
-    if (it == props_.end() || !it->is_string()) return def;
-    return it->get<std::string>();
+    const PropertyValue* v = props_.Find(name);
+    if (auto* s = v ? std::get_if<std::string>(v) : nullptr) return *s;
+    return def;
 }
 
+void ObjectCore::SetStr(const char* name, const std::string& value) { Slot(name).emplace<std::string>(value); }
+
 Coord ObjectCore::GetCoord(const char* name) const {
-    auto it = props_.find(name);
-    if (it == props_.end() || !it->is_array() || it->size() != 2) return {};
-    return {ToInt32((*it)[0].get<int64_t>()), ToInt32((*it)[1].get<int64_t>())};
+    const PropertyValue* v = props_.Find(name);
+    if (!v) return {};
+    if (auto* c = std::get_if<Coord>(v)) return *c;
+    if (auto* j = std::get_if<Json>(v)) return PointOfJson(*j);
+    return {};
+}
+
+void ObjectCore::SetCoord(const char* name, Coord value) { Slot(name).emplace<Coord>(value); }
+
+Json& ObjectCore::JsonProperty(const char* name) {
+    PropertyValue& v = Slot(name);
+    if (!std::holds_alternative<Json>(v)) v = PropertyValue(std::in_place_type<Json>, ValueToJson(v));
+    return std::get<Json>(v);
 }
 
 std::vector<Coord> ObjectCore::GetVertices() const {
+    const PropertyValue* v = props_.Find(kVertices);
+    if (!v) return {};
+    if (auto* list = std::get_if<std::vector<Coord>>(v)) return *list;
     std::vector<Coord> out;
-    auto it = props_.find(kVertices);
-    if (it == props_.end() || !it->is_array()) return out;
-    for (const auto& v : *it)
-        if (v.is_array() && v.size() == 2) out.push_back({ToInt32(v[0].get<int64_t>()), ToInt32(v[1].get<int64_t>())});
+    if (auto* j = std::get_if<Json>(v); j && j->is_array())
+        for (const auto& p : *j)
+            if (p.is_array() && p.size() == 2) out.push_back(PointOfJson(p));
     return out;
 }
 
-void ObjectCore::SetVertices(const std::vector<Coord>& vertices) {
-    Json arr = Json::array();
-    for (Coord c : vertices) arr.push_back(Json::array({c.X, c.Y}));
-    props_[kVertices] = std::move(arr);
-}
+void ObjectCore::SetVertices(const std::vector<Coord>& vertices) { Slot(kVertices).emplace<std::vector<Coord>>(vertices); }
 
 void ObjectCore::Translate(int32_t dx, int32_t dy) {
     for (const char* name : {kLocation, kCorner}) {
@@ -1657,7 +1700,7 @@ std::unique_ptr<ObjectCore> ObjectCore::Clone(bool freshIds) const {
     auto copy = MakeObject(server_, kind_, false);
     if (!copy) return nullptr;
     copy->props_ = props_;
-    if (freshIds && props_.contains("UniqueId")) copy->SetStr("UniqueId", server_->NewUniqueId());
+    if (freshIds && Has("UniqueId")) copy->SetStr("UniqueId", server_->NewUniqueId());
     for (const ObjectCore* child : children_) {
         auto c = child->Clone(freshIds);
         if (c) copy->AddChild(c.release());

@@ -1,5 +1,5 @@
-// The host's schematic objects: one core per object holding its kind, its properties (a JSON object,
-// name to value) and its children, plus geometry that works on the point-valued properties.
+// The host's schematic objects: one core per object holding its kind, its properties (name to
+// value) and its children, plus geometry that works on the point-valued properties.
 // The typed GetState_/SetState_ accessors of the interfaces read and write these properties.
 #pragma once
 
@@ -8,13 +8,10 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
+#include "host/Properties.h"
 #include "host/SchInterfaces.h"
 
 namespace orcadx::host::impl {
-
-using Json = nlohmann::json;
 
 class SchServer;
 
@@ -50,19 +47,24 @@ public:
     // The component holding this object (at any depth), or null.
     ObjectCore* OwnerComponent();
 
-    Json& Props() { return props_; }
-    const Json& Props() const { return props_; }
-    bool Has(const char* name) const { return props_.contains(name); }
+    PropertyStore& Props() { return props_; }
+    const PropertyStore& Props() const { return props_; }
+    bool Has(const char* name) const { return props_.Find(name) != nullptr; }
+    void Erase(const char* name) { props_.Erase(name); }
     int32_t GetInt(const char* name, int32_t def = 0) const;
-    void SetInt(const char* name, int32_t value) { props_[name] = value; }
+    void SetInt(const char* name, int32_t value);
     bool GetBool(const char* name, bool def = false) const;
-    void SetBool(const char* name, bool value) { props_[name] = value; }
+    void SetBool(const char* name, bool value);
     double GetDouble(const char* name, double def = 0.0) const;
-    void SetDouble(const char* name, double value) { props_[name] = value; }
+    void SetDouble(const char* name, double value);
     std::string GetStr(const char* name, const std::string& def = {}) const;
-    void SetStr(const char* name, const std::string& value) { props_[name] = value; }
+    void SetStr(const char* name, const std::string& value);
     Coord GetCoord(const char* name) const;
-    void SetCoord(const char* name, Coord value) { props_[name] = Json::array({value.X, value.Y}); }
+    void SetCoord(const char* name, Coord value);
+    // A property of another shape (lists of texts or records), as JSON.
+    Json& JsonProperty(const char* name);
+    // The value under `name`, made when missing.
+    PropertyValue& Slot(std::string_view name);
     std::vector<Coord> GetVertices() const;
     void SetVertices(const std::vector<Coord>& vertices);
 
@@ -86,11 +88,14 @@ protected:
     void NormalizeCorners();
 
 private:
+    friend class SchServer;  // keeps the list of live objects in liveNext_/livePrev_
     SchServer* server_;
+    ObjectCore* liveNext_ = nullptr;
+    ObjectCore* livePrev_ = nullptr;
     int32_t kind_;
     ObjectCore* parent_ = nullptr;
     std::vector<ObjectCore*> children_;
-    Json props_ = Json::object();
+    PropertyStore props_;
 };
 
 // The core behind an interface pointer, or null for an object of another host.

@@ -31,8 +31,13 @@ std::string UniqueIdSource::Next() {
     std::uniform_int_distribution<int> letter(0, 25);
     for (;;) {
         std::string id(8, 'A');
-        for (char& c : id) c = static_cast<char>('A' + letter(rng_));
-        if (used_.insert(id).second) return id;
+        uint64_t number = 0;
+        for (char& c : id) {
+            const int l = letter(rng_);
+            c = static_cast<char>('A' + l);
+            number = number * 26 + static_cast<uint64_t>(l);
+        }
+        if (used_.insert(number).second) return id;
     }
 }
 
@@ -79,8 +84,8 @@ SchServer::SchServer(UniqueIdSource* ids) : ids_(ids) {
 
 SchServer::~SchServer() {
     // Objects that nobody destroyed: free the roots, which free what they hold.
-    while (!live_.empty()) {
-        ObjectCore* any = *live_.begin();
+    while (liveFirst_) {
+        ObjectCore* any = liveFirst_;
         while (any->Parent()) any = any->Parent();
         delete any;
     }
@@ -98,6 +103,22 @@ void SchServer::DestroySchObject(ISch_BasicContainer* object) {
     if (core->IsDocument()) throw EApiErr("Documents are closed through the client");
     if (ObjectCore* parent = core->Parent()) parent->RemoveChild(core);
     delete core;
+}
+
+void SchServer::Register(ObjectCore* object) {
+    object->liveNext_ = liveFirst_;
+    object->livePrev_ = nullptr;
+    if (liveFirst_) liveFirst_->livePrev_ = object;
+    liveFirst_ = object;
+    ++liveCount_;
+}
+
+void SchServer::Unregister(ObjectCore* object) {
+    if (object->livePrev_) object->livePrev_->liveNext_ = object->liveNext_;
+    else liveFirst_ = object->liveNext_;
+    if (object->liveNext_) object->liveNext_->livePrev_ = object->livePrev_;
+    object->liveNext_ = object->livePrev_ = nullptr;
+    --liveCount_;
 }
 
 void SchServer::RegisterDocument(ObjectCore* document, const std::string& path) {

@@ -26,7 +26,7 @@ public:
 
 private:
     std::mt19937 rng_;
-    std::unordered_set<std::string> used_;
+    std::unordered_set<uint64_t> used_;  // the ids given, as numbers in base 26
 };
 
 struct SheetStyle {
@@ -78,9 +78,11 @@ public:
 
     // Host side.
     std::string NewUniqueId() { return ids_->Next(); }
-    void Register(ObjectCore* object) { live_.insert(object); }
-    void Unregister(ObjectCore* object) { live_.erase(object); }
-    size_t LiveObjectCount() const { return live_.size(); }
+    PropertyNames& Names() { return names_; }
+    // The objects alive, in a list threaded through them (no allocation per object).
+    void Register(ObjectCore* object);
+    void Unregister(ObjectCore* object);
+    size_t LiveObjectCount() const { return liveCount_; }
 
     // Open documents, kept by the client; the server looks them up by path.
     void RegisterDocument(ObjectCore* document, const std::string& path);
@@ -105,9 +107,11 @@ private:
     DetachedLibrary* DetachedLibraryOf(const std::string& path);
 
     UniqueIdSource* ids_;
+    PropertyNames names_;
     std::vector<FontSpec> fonts_;  // index = font id; entry 0 repeats the default font
     std::map<std::string, bool> booleanPreferences_;
-    std::unordered_set<ObjectCore*> live_;
+    ObjectCore* liveFirst_ = nullptr;
+    size_t liveCount_ = 0;
     std::vector<std::pair<ObjectCore*, std::string>> documents_;
     ObjectCore* current_ = nullptr;
     // Declared last: its objects go before the list of live objects does.

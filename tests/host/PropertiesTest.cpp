@@ -1,0 +1,124 @@
+// The property store and its JSON text: values of every shape are written byte for byte as the JSON
+// library writes them, keep their kind through a load and a save, and read through the typed
+// accessors as before.
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "host/DocumentFiles.h"
+#include "host/Properties.h"
+#include "host/SchServer.h"
+
+using namespace orcadx::host;
+using namespace orcadx::host::impl;
+
+TEST(HostProperties, ValuesOfEveryShapeWriteAsTheJsonLibraryWritesThem) {
+    struct Case {
+        const char* json;
+        size_t kind;  // index of the alternative that holds it
+    };
+    const Case cases[] = {
+        {"0", 1}, {"-7", 1}, {"9223372036854775807", 1}, {"-9223372036854775808", 1},
+        {"18446744073709551615", 6}, {"true", 0}, {"false", 0}, {"90.0", 2}, {"0.1", 2}, {"-0.0", 2},
+        {"1e300", 2}, {"123456.789", 2}, {"\"\"", 3}, {"\"Times New Roman\"", 3},
+        {"\"quote \\\" and \\\\ back\"", 3}, {"\"tab\\tline\\nfeed\\r\\b\\f\\u0001\\u001f\"", 3},
+        {"\"\\u007f and \\u00b5\\u03a9 \\u20ac \\ud83d\\ude00\"", 3}, {"[1, -2]", 4}, {"[2147483647, -2147483648]", 4},
+        {"[2147483648, 0]", 6}, {"[0, -2147483649]", 6}, {"[1, 2.5]", 6}, {"[1, 2, 3]", 6}, {"[\"A\", \"B\"]", 6}, {"[[1, 2], [3, 4], [-5, 6]]", 5},
+        {"[[1, 2], [3]]", 6}, {"[[1, 2], 3]", 6}, {"[]", 6}, {"{}", 6}, {"null", 6},
+        {"[{\"Entity\": \"x\", \"Kind\": \"PSPICEMODEL\", \"Location\": \"a\\\\b.lib\"}]", 6},
+        {"{\"b\": [1, {\"c\": null}], \"a\\\"\": [[]]}", 6}};
+    for (const Case& c : cases) {
+        const Json parsed = Json::parse(c.json);
+        PropertyValue value = ValueFromJson(Json(parsed));
+        EXPECT_EQ(value.index(), c.kind) << c.json;
+        EXPECT_EQ(ValueToJson(value), parsed) << c.json;
+        std::string top;
+        AppendJsonText(top, value, 0);
+        EXPECT_EQ(top, parsed.dump(1, '\t')) << c.json;
+        // Two levels down, as a property value stands in a document.
+        std::string nested = "[\n\t[\n\t\t";
+        AppendJsonText(nested, value, 2);
+        nested += "\n\t]\n]";
+        EXPECT_EQ(nested, Json::array({Json::array({parsed})}).dump(1, '\t')) << c.json;
+    }
+    // Text that is no UTF-8 is refused as the library refuses it, not written broken.
+    std::string out;
+    EXPECT_THROW(AppendJsonString(out, "bad \xff byte"), Json::type_error);
+}
+
+TEST(HostProperties, StoreKeepsNamesSortedAndAccessorsReadEveryShape) {
+    UniqueIdSource ids(3);
+    SchServer server(&ids);
+    PropertyStore store;
+    for (const char* name : {"Text", "Color", "UniqueId", "Alpha", "Color", "Zone", "AreaColor"})
+        store.Slot(server.Names(), name).emplace<int64_t>(name[0]);
+    std::vector<std::string> names;
+    for (const auto& e : store.Entries()) names.push_back(*e.Name);
+    EXPECT_EQ(names, (std::vector<std::string>{"Alpha", "AreaColor", "Color", "Text", "UniqueId", "Zone"}));
+    ASSERT_NE(store.Find("Color"), nullptr);
+    EXPECT_EQ(std::get<int64_t>(*store.Find("Color")), 'C');
+    EXPECT_EQ(store.Find("Colour"), nullptr);
+    EXPECT_EQ(store.Find("Zones"), nullptr);
+    EXPECT_TRUE(store.Erase("Text"));
+    EXPECT_FALSE(store.Erase("Text"));
+    EXPECT_EQ(store.Find("Text"), nullptr);
+    EXPECT_EQ(store.Entries().size(), 5u);
+    // Names are kept once per server.
+    PropertyStore other;
+    other.Slot(server.Names(), std::string("Co") + "lor");
+    EXPECT_EQ(other.Entries()[0].Name, store.Entries()[2].Name);
+
+    // A document whose properties take every shape: the accessors convert as the host always did,
+    // a save writes what the JSON library would, and a load and save of that gives the same bytes.
+    Json file = {{"format", "VantorSchDoc"},
+                 {"version", 1},
+                 {"fonts", Json::array({{{"bold", true},
+                                         {"italic", false},
+                                         {"name", "Arial"},
+                                         {"rotation", 0},
+                                         {"size", 12},
+                                         {"strikeout", false},
+                                         {"underline", false}}})},
+                 {"document",
+                  {{"kind", static_cast<int>(eSheet)},
+                   {"props",
+                    {{"Rounded", 2.6},
+                     {"Flag", true},
+                     {"Count", 0},
+                     {"Spot", {5, -6}},
+                     {"Far", {4000000000LL, 1}},
+                     {"Vertices", {{1, 2}, {3, 4}}},
+                     {"FontId", 1},
+                     {"Unknown", {{"kept", {1, 2, 3}}}},
+                     {"Name", "\xc2\xb5V"}}}}}};
+    auto doc = DocumentFromText(server, file.dump(1, '\t') + "\n");
+    EXPECT_EQ(doc->GetInt("Rounded"), 3);
+    EXPECT_DOUBLE_EQ(doc->GetDouble("Rounded"), 2.6);
+    EXPECT_EQ(doc->GetInt("Flag"), 1);
+    EXPECT_FALSE(doc->GetBool("Count", true));
+    EXPECT_TRUE(doc->GetBool("Missing", true));
+    EXPECT_EQ(doc->GetInt("Name", -1), -1);
+    EXPECT_EQ(doc->GetStr("Name"), "\xc2\xb5V");
+    EXPECT_EQ(doc->GetStr("Count", "none"), "none");
+    EXPECT_EQ(doc->GetCoord("Spot"), (Coord{5, -6}));
+    EXPECT_EQ(doc->GetCoord("Far"), (Coord{2147483647, 1}));
+    EXPECT_EQ(doc->GetVertices(), (std::vector<Coord>{{1, 2}, {3, 4}}));
+    FontSpec font;
+    ASSERT_TRUE(server.GetFontSpec(doc->GetInt("FontId"), font));
+    EXPECT_EQ(font.FontName, "Arial");
+    const std::string text = DocumentToText(*doc);
+    const Json written = Json::parse(text);
+    EXPECT_EQ(text, written.dump(1, '\t') + "\n");
+    for (const auto& [name, value] : file["document"]["props"].items())
+        if (name != "FontId") {
+            EXPECT_EQ(written["document"]["props"][name], value) << name;
+        }
+    EXPECT_EQ(written["fonts"], file["fonts"]);
+    EXPECT_EQ(DocumentToText(*DocumentFromText(server, text)), text);
+    // Changing a JSON-held property through its typed accessor changes its kind, not its place.
+    doc->SetCoord("Far", {7, 8});
+    doc->SetVertices({});
+    Json saved = Json::parse(DocumentToText(*doc));
+    EXPECT_EQ(saved["document"]["props"]["Far"], Json::array({7, 8}));
+    EXPECT_EQ(saved["document"]["props"]["Vertices"], Json::array());
+}
