@@ -1,9 +1,11 @@
 #include "host/DocumentFiles.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <unordered_map>
 
 #include "host/SchServer.h"
 
@@ -100,19 +102,70 @@ void AppendObject(std::string& out, const ObjectCore& object, FontTableWriter* f
     out += '}';
 }
 
-std::unique_ptr<ObjectCore> FromJson(SchServer& server, Json& j, const std::vector<int32_t>& fontIds,
-                                     const std::string& where) {
+// The defaults of each kind, taken once per load from an object made new aside, with the ids that
+// making it draws: a loaded object starts from these properties and draws as many ids, so that the
+// session's ids run on as if each object had been made new and then filled from the file.
+class Defaults {
+public:
+    explicit Defaults(SchServer& server) : server_(server) {}
+
+    struct Kind {
+        PropertyStore Props;
+        size_t Ids = 0;         // ids that making one draws
+        size_t OwnId = 0;       // the one of them that becomes its UniqueId
+        bool HasOwnId = false;
+    };
+
+    const Kind* Of(int32_t kind) {
+        auto it = kinds_.find(kind);
+        if (it != kinds_.end()) return &it->second;
+        UniqueIdSource aside(0);
+        std::vector<std::string> drawn;
+        aside.Record = &drawn;
+        UniqueIdSource* real = server_.SwapIds(&aside);
+        std::unique_ptr<ObjectCore> object;
+        try {
+            object = MakeObject(&server_, kind, true);
+        } catch (...) {
+            server_.SwapIds(real);
+            throw;
+        }
+        server_.SwapIds(real);
+        if (!object) return nullptr;
+        Kind k;
+        k.Props = object->Props();
+        k.Ids = drawn.size();
+        if (object->Has("UniqueId")) {
+            auto own = std::find(drawn.begin(), drawn.end(), object->GetStr("UniqueId"));
+            k.HasOwnId = own != drawn.end();
+            k.OwnId = static_cast<size_t>(own - drawn.begin());
+        }
+        return &kinds_.emplace(kind, std::move(k)).first->second;
+    }
+
+    // A bare object of a known kind with its defaults.
+    std::unique_ptr<ObjectCore> Make(const Kind& defaults, int32_t kind) {
+        auto object = MakeObject(&server_, kind, false);
+        object->Props() = defaults.Props;
+        std::string own = server_.Ids().Draw(defaults.Ids, defaults.OwnId);
+        if (defaults.HasOwnId) object->SetStr("UniqueId", own);
+        return object;
+    }
+
+private:
+    SchServer& server_;
+    std::unordered_map<int32_t, Kind> kinds_;
+};
+
+std::unique_ptr<ObjectCore> FromJson(SchServer& server, Defaults& defaults, Json& j,
+                                     const std::vector<int32_t>& fontIds, const std::string& where) {
     if (!j.is_object() || !j.contains("kind") || !j["kind"].is_number_integer())
         throw EApiErr("Object without kind at " + where);
     int32_t kind = j["kind"].get<int32_t>();
-    auto object = MakeObject(&server, kind, true);
-    if (!object) throw EApiErr("Unknown object kind " + std::to_string(kind) + " at " + where);
+    const Defaults::Kind* kindDefaults = defaults.Of(kind);
+    if (!kindDefaults) throw EApiErr("Unknown object kind " + std::to_string(kind) + " at " + where);
     // The defaults stand for properties that the file doesn't name; the children are the file's.
-    while (!object->Children().empty()) {
-        ObjectCore* child = object->Children().back();
-        object->RemoveChild(child);
-        delete child;
-    }
+    auto object = defaults.Make(*kindDefaults, kind);
     if (j.contains("props")) {
         if (!j["props"].is_object()) throw EApiErr("Properties are no object at " + where);
         for (auto& [key, value] : j["props"].items()) {
@@ -129,7 +182,7 @@ std::unique_ptr<ObjectCore> FromJson(SchServer& server, Json& j, const std::vect
         if (!j["children"].is_array()) throw EApiErr("Children are no list at " + where);
         size_t i = 0;
         for (auto& c : j["children"]) {
-            auto child = FromJson(server, c, fontIds, where + "/" + std::to_string(i++));
+            auto child = FromJson(server, defaults, c, fontIds, where + "/" + std::to_string(i++));
             if (child->IsDocument()) throw EApiErr("A document cannot stand inside another at " + where);
             object->AddChild(child.release());
         }
@@ -190,7 +243,8 @@ std::unique_ptr<ObjectCore> DocumentFromText(SchServer& server, const std::strin
         }
     }
     if (!file.contains("document")) throw EApiErr("Not a document: no document object");
-    auto document = FromJson(server, file["document"], fontIds, "document");
+    Defaults defaults(server);
+    auto document = FromJson(server, defaults, file["document"], fontIds, "document");
     int32_t expected = format == kLibraryFormat ? eSchLib : eSheet;
     if (document->Kind() != expected) throw EApiErr("Document kind does not match its format");
     return document;

@@ -37,8 +37,19 @@ std::string UniqueIdSource::Next() {
             c = static_cast<char>('A' + l);
             number = number * 26 + static_cast<uint64_t>(l);
         }
-        if (used_.insert(number).second) return id;
+        if (!used_.insert(number).second) continue;
+        if (Record) Record->push_back(id);
+        return id;
     }
+}
+
+std::string UniqueIdSource::Draw(size_t count, size_t keep) {
+    std::string kept;
+    for (size_t i = 0; i < count; ++i) {
+        std::string id = Next();
+        if (i == keep) kept = std::move(id);
+    }
+    return kept;
 }
 
 const std::vector<SheetStyle>& SheetStyles() {

@@ -11,6 +11,7 @@
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "host/SchInterfaces.h"
@@ -23,6 +24,10 @@ class UniqueIdSource {
 public:
     explicit UniqueIdSource(uint32_t seed);
     std::string Next();
+    // Draws `count` ids and returns the one drawn at `keep` (empty when there is none).
+    std::string Draw(size_t count, size_t keep);
+    // When set, every id drawn is appended here.
+    std::vector<std::string>* Record = nullptr;
 
 private:
     std::mt19937 rng_;
@@ -78,6 +83,9 @@ public:
 
     // Host side.
     std::string NewUniqueId() { return ids_->Next(); }
+    UniqueIdSource& Ids() { return *ids_; }
+    // Puts another id source in place (for objects made aside); returns the one it replaces.
+    UniqueIdSource* SwapIds(UniqueIdSource* ids) { return std::exchange(ids_, ids); }
     PropertyNames& Names() { return names_; }
     // The objects alive, in a list threaded through them (no allocation per object).
     void Register(ObjectCore* object);

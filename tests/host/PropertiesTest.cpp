@@ -122,3 +122,36 @@ TEST(HostProperties, StoreKeepsNamesSortedAndAccessorsReadEveryShape) {
     EXPECT_EQ(saved["document"]["props"]["Far"], Json::array({7, 8}));
     EXPECT_EQ(saved["document"]["props"]["Vertices"], Json::array());
 }
+
+TEST(HostProperties, LoadingGivesEachKindItsDefaultsAndDrawsTheIdsOfMakingItNew) {
+    // Every kind, bare in a file: it loads with the properties of a new object of its kind, and the
+    // session's ids run on exactly as if the objects had been made new one after the other.
+    Json children = Json::array();
+    std::vector<int32_t> kinds;
+    for (int32_t kind : KnownKinds())
+        if (kind != eSheet && kind != eSchLib) {
+            kinds.push_back(kind);
+            children.push_back({{"kind", kind}});
+        }
+    Json file = {{"format", "VantorSchDoc"},
+                 {"version", 1},
+                 {"document", {{"kind", static_cast<int>(eSheet)}, {"children", children}}}};
+    UniqueIdSource loadIds(9), makeIds(9);
+    SchServer loading(&loadIds), making(&makeIds);
+    auto doc = DocumentFromText(loading, file.dump());
+    auto fresh = MakeObject(&making, eSheet, true);
+    EXPECT_EQ(doc->GetStr("UniqueId"), fresh->GetStr("UniqueId"));
+    ASSERT_EQ(doc->Children().size(), kinds.size());
+    for (size_t i = 0; i < kinds.size(); ++i) {
+        auto made = MakeObject(&making, kinds[i], true);
+        const ObjectCore& loaded = *doc->Children()[i];
+        EXPECT_TRUE(loaded.Children().empty()) << kinds[i];  // the file's children only
+        ASSERT_EQ(loaded.Props().Entries().size(), made->Props().Entries().size()) << kinds[i];
+        for (const auto& [name, value] : made->Props().Entries()) {
+            const PropertyValue* mine = loaded.Props().Find(*name);
+            ASSERT_NE(mine, nullptr) << kinds[i] << " " << *name;
+            EXPECT_EQ(ValueToJson(*mine), ValueToJson(value)) << kinds[i] << " " << *name;
+        }
+    }
+    EXPECT_EQ(loadIds.Next(), makeIds.Next());
+}
