@@ -503,6 +503,7 @@ PinNets ToPinNets(const AllegroNetlist& netlist) {
 // the net).
 bool MadeUpName(const std::string& name, const std::set<std::string>& pins) {
     if (name == "NC") return true;
+
     if (name.size() > 1 && (name[0] == 'N' || name[0] == 'n') &&
         name.find_first_not_of("0123456789", 1) == std::string::npos)
         return true;
@@ -514,6 +515,16 @@ bool MadeUpName(const std::string& name, const std::set<std::string>& pins) {
         }
     }
     return false;
+}
+
+// A name without the number that makes it unique ("NRST_258567", "nRST_1" give "NRST", "nRST"):
+// Capture gives nets whose names differ only in case the net's id, this netlist a count.
+std::string WithoutNumber(const std::string& name) {
+    size_t underscore = name.rfind('_');
+    if (underscore == std::string::npos || underscore == 0 || underscore + 1 == name.size() ||
+        name.find_first_not_of("0123456789", underscore + 1) != std::string::npos)
+        return name;
+    return name.substr(0, underscore);
 }
 
 std::string Join(const std::vector<std::string>& items, size_t limit = 12) {
@@ -573,7 +584,8 @@ std::vector<std::string> CompareAllegroNetlists(const AllegroNetlist& expected, 
             if (e.Pins[n] != a.Pins[m]) continue;  // reported above as a split
             bool expectedMadeUp = MadeUpName(e.Names[n], e.Pins[n]), actualMadeUp = MadeUpName(a.Names[m], a.Pins[m]);
             if (expectedMadeUp && actualMadeUp) continue;
-            if (!platform::SameTextNoCase(e.Names[n], a.Names[m]))
+            if (!platform::SameTextNoCase(e.Names[n], a.Names[m]) &&
+                !platform::SameTextNoCase(WithoutNumber(e.Names[n]), WithoutNumber(a.Names[m])))
                 out.push_back("net " + Describe(e, n) + " is called " + Describe(a, m));
         }
     }

@@ -83,7 +83,8 @@ AllegroNetlist LoadAllegroNetlist(const std::filesystem::path& folder);
 // whose pins differ, and nets that match pin for pin but not by name. Pins are compared by
 // (designator, pin number) without case; the pins of NC count as one net each; hidden power pins
 // join the net their POWER_PINS entry names. Names are compared (without case) where `expected`
-// has a name of its own: names made up for unnamed nets (N12345, NetU1_3) and NC match any.
+// has a name of its own: names made up for unnamed nets (N12345, NetU1_3) and NC match any, and a
+// number that makes a name unique counts for nothing (NRST_258567 matches nRST_1).
 std::vector<std::string> CompareAllegroNetlists(const AllegroNetlist& expected, const AllegroNetlist& actual);
 
 // How much of `expected` `actual` gives: its nets (NC left out) and its nodes (pins, hidden power

@@ -93,22 +93,28 @@ struct ProjectSheet {
 //   view. Such a sheet holds two sheet symbols or more, each named after the document it names
 //   ("Page1" for "Page1.SchDoc"), and no components, power objects, off-sheet connectors or net
 //   labels; the design import makes one for each view of several pages.
-// - Within a scope, net labels, ports and off-sheet connectors of one name are one net.
+// - Within a scope, net labels, ports and off-sheet connectors of one name are one net (but see
+//   below for labels beside a connector). These names count case, as in Capture: "nRST" and "NRST"
+//   are two nets, and the second to come gets a number to tell it apart.
 // - Power objects are global by name, and so are hidden pins by their HiddenNetName, or by their
-//   own name when that is empty (Capture's invisible power pins); a name in any scope that is also
-//   a global name is that global net.
+//   own name when that is empty (Capture's invisible power pins); so is a shown power pin that
+//   touches nothing, by its name. A name in any scope that is also a global name is that global net.
 // - A sheet entry joins the ports of its name in the scope of the sheets its symbol names. Bus
 //   names ("D[0..7]") join member by member, in order, with the other names on their bus.
 // - Pins of one designator and number (the sections of one package) are one node.
 // - Texts of the form "=Name" (designators, comments, parameters) read the parameter Name of the
 //   object itself, else of the sheet symbols above it, innermost first, where a value "=Other"
 //   goes on upward with Other, else of the sheet.
-// - Graphical components, and components whose parameter "PSpiceOnly" is true, are left out.
+// - Graphical components, and components whose parameter "PSpiceOnly" or "NETLIST_IGNORE" is true,
+//   are left out.
 //
-// A net takes the name of a power object or hidden pin first, else the name nearest the top: a net
-// label before a port before an off-sheet connector. A name from inside a sheet used more than
-// once gets the designators of the sheet symbols above as a suffix ("CLK_BLK1_U2"); a net without a
-// name is called after its first pin ("NetU1_3"). A pin that touches nothing is Unconnected.
+// A net takes the name nearest the top; at one level, as Capture names it, a port before an
+// off-sheet connector before a power object before a net label before a hidden pin.  Net labels of one
+// name always join on their page; when what they join there holds a port or an off-sheet
+// connector, they join nothing beyond the page (but a global net of their name): the net goes on
+// under the connector's name, as Capture gives each net of a page one name. Bus labels always join. A name from inside a sheet used more than once gets
+// the designators of the sheet symbols above as a suffix ("CLK_BLK1_U2"); a net without a name is
+// called after its first pin ("NetU1_3"). A pin that touches nothing is Unconnected.
 Netlist CompileNetlist(const std::vector<ProjectSheet>& sheets, const std::string& title);
 
 }  // namespace orcadx::host::impl

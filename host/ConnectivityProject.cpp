@@ -73,6 +73,36 @@ std::string HiddenNetOf(ObjectCore* pin) {
     return net.empty() ? pin->GetStr("Name") : net;
 }
 
+bool OnBus(const SheetGroup& group) {
+    for (ObjectCore* o : group.Objects)
+        if (o->Kind() == eBus) return true;
+    return false;
+}
+
+// Capture gives each net of a page one name: the groups of wires that net labels of one name join
+// on the page are one net, and when that net holds a port or an off-page connector, it goes on to
+// other pages under the connector's name only; its labels join nothing beyond the page. Buses are
+// left out: their labels name members.
+std::vector<bool> PageOnlyLabels(const std::vector<SheetGroup>& groups) {
+    UnionFind page(groups.size());
+    std::unordered_map<std::string, size_t> firstWithLabel;
+    for (size_t g = 0; g < groups.size(); ++g) {
+        if (OnBus(groups[g])) continue;
+        for (ObjectCore* o : groups[g].Objects)
+            if (o->Kind() == eNetLabel && !o->GetStr("Text").empty()) {
+                auto [it, fresh] = firstWithLabel.emplace(o->GetStr("Text"), g);
+                if (!fresh) page.Join(it->second, g);
+            }
+    }
+    std::vector<bool> connector(groups.size(), false);
+    for (size_t g = 0; g < groups.size(); ++g)
+        for (ObjectCore* o : groups[g].Objects)
+            if (o->Kind() == ePort || o->Kind() == eCrossSheetConnector) connector[page.Find(g)] = true;
+    std::vector<bool> out(groups.size(), false);
+    for (size_t g = 0; g < groups.size(); ++g) out[g] = !OnBus(groups[g]) && connector[page.Find(g)];
+    return out;
+}
+
 // What a sheet holds, worked out once however often the sheet is used.
 struct SheetData {
     std::string FileName;
@@ -82,10 +112,17 @@ struct SheetData {
     std::vector<ObjectCore*> Components;
     std::vector<ObjectCore*> Symbols;
     bool GroupsPages = false;  // groups the pages of one design view (see Data)
+    // For each group: its net labels name it on this sheet only, for the groups that its labels
+    // join on the sheet hold a port or off-sheet connector (see PageOnlyLabels).
+    std::vector<bool> PageOnly;
 };
 
 // Where a name comes from: the higher it stands and the lower its rank, the more it names the net.
-enum NameRank { eRankGlobal = 0, eRankLabel = 1, eRankPort = 2, eRankOffSheet = 3 };
+// At one level of the hierarchy Capture names a net after a port first, then an off-page
+// connector, a power object, a net label, and last after a hidden power pin.
+enum NameRank { eRankPort = 0, eRankOffSheet = 1, eRankPower = 2, eRankLabel = 3, eRankHiddenPin = 4 };
+
+bool IsGlobal(int rank) { return rank == eRankPower || rank == eRankHiddenPin; }
 
 struct NameSource {
     size_t Node;
@@ -144,6 +181,7 @@ private:
         // What the import makes of a design view of several pages: a sheet of nothing but a symbol
         // for each page, named after the page's document, with the stubs and ports that lead to it.
         d.GroupsPages = d.Symbols.size() >= 2 && d.Components.empty() && !names;
+        d.PageOnly = PageOnlyLabels(d.Groups);
         for (ObjectCore* symbol : d.Symbols) {
             ObjectCore* file = ChildOf(symbol, eSheetFileName);
             std::string target = file ? FileNameOf(Trim(file->GetStr("Text"))) : std::string();
@@ -238,7 +276,8 @@ private:
 
         size_t base = nodes_.Size();
         for (size_t g = 0; g < sheet.Groups.size(); ++g) nodes_.Add();
-        for (size_t g = 0; g < sheet.Groups.size(); ++g) JoinGroup(sheet.Groups[g], base + g, scope, childScope);
+        for (size_t g = 0; g < sheet.Groups.size(); ++g) 
+            JoinGroup(sheet.Groups[g], base + g, scope, occurrence, sheet.PageOnly[g], childScope);
         for (ObjectCore* component : sheet.Components) AddPart(component, sheet, base, occurrence, chain);
 
         for (size_t s = 0; s < sheet.Symbols.size(); ++s) {
@@ -256,7 +295,13 @@ private:
         return it->second;
     }
     size_t NameKey(size_t scope, const std::string& name) {
-        size_t k = Key(std::to_string(scope) + "\x1fN\x1f" + Fold(name));
+        size_t k = Key(std::to_string(scope) + "\x1fN\x1f" + name);
+        scopeNames_.emplace_back(k, Fold(name));
+        return k;
+    }
+    // A net label's name on one occurrence of a page; a global net of that name takes it in too.
+    size_t PageKey(size_t occurrence, const std::string& name) {
+        size_t k = Key(std::to_string(occurrence) + "\x1fL\x1f" + name);
         scopeNames_.emplace_back(k, Fold(name));
         return k;
     }
@@ -284,10 +329,9 @@ private:
         busViews.push_back(std::move(view));
     }
 
-    void JoinGroup(const SheetGroup& group, size_t node, size_t scope,
+    void JoinGroup(const SheetGroup& group, size_t node, size_t scope, size_t occurrence, bool pageOnlyLabels,
                    const std::unordered_map<const ObjectCore*, size_t>& childScope) {
-        bool onBus = false;
-        for (ObjectCore* o : group.Objects) onBus |= o->Kind() == eBus;
+        bool onBus = OnBus(group);
         std::vector<std::vector<size_t>> busViews;
         for (ObjectCore* o : group.Objects) {
             switch (o->Kind()) {
@@ -297,9 +341,16 @@ private:
                 case eCrossSheetConnector: {
                     std::string name = o->GetStr("Text");
                     if (name.empty()) break;
-                    JoinName(node, name, onBus, [&](const std::string& n) { return std::vector<size_t>{NameKey(scope, n)}; },
+                    bool label = o->Kind() == eNetLabel;
+                    // Labels always join on their page; beyond it unless a connector names their net.
+                    bool pageOnly = label && pageOnlyLabels;
+                    JoinName(node, name, onBus,
+                             [&](const std::string& n) {
+                                 if (pageOnly) return std::vector<size_t>{PageKey(occurrence, n)};
+                                 return std::vector<size_t>{NameKey(scope, n), PageKey(occurrence, n)};
+                             },
                              busViews);
-                    sources_.push_back({node, name, o->Kind() == eNetLabel ? eRankLabel : eRankOffSheet, scope});
+                    sources_.push_back({node, name, label ? eRankLabel : eRankOffSheet, scope});
                     break;
                 }
                 case ePort: {
@@ -315,7 +366,7 @@ private:
                     std::string name = o->GetStr("Text");
                     if (name.empty()) break;
                     nodes_.Join(node, GlobalKey(name));
-                    sources_.push_back({node, name, eRankGlobal, scope});
+                    sources_.push_back({node, name, eRankPower, scope});
                     break;
                 }
                 case eSheetEntry: {
@@ -366,7 +417,9 @@ private:
                  const std::vector<ObjectCore*>& chain) {
         if (component->GetInt("ComponentKind") == eComponentKind_Graphical) return;
         auto text = [&](ObjectCore* t) { return t ? Resolve(t->GetStr("Text"), component, chain, sheet.Sheet) : std::string(); };
-        if (IsTrue(text(Parameter(component, "PSpiceOnly")))) return;
+        // Simulation sources, and parts marked to stay out of the netlist (Capture's NETLIST_IGNORE).
+        if (IsTrue(text(Parameter(component, "PSpiceOnly"))) || IsTrue(text(Parameter(component, "NETLIST_IGNORE"))))
+            return;
 
         NetlistPart part;
         part.Designator = Trim(text(ChildOf(component, eDesignator)));
@@ -432,11 +485,16 @@ private:
             auto it = sheet.GroupOf.find(pin);
             if (!p.Hidden && it != sheet.GroupOf.end()) {
                 node = base + it->second;
+                // A power pin that touches nothing joins the global net of its name, as in Capture.
+                if (p.Electrical == ePinPower && !p.Name.empty() && sheet.Groups[it->second].Objects.size() == 1) {
+                    nodes_.Join(node, GlobalKey(p.Name));
+                    sources_.push_back({node, p.Name, eRankHiddenPin, netlist_.Occurrences[occurrence].Scope});
+                }
             } else {
                 node = nodes_.Add();
                 if (p.Hidden && !p.HiddenNet.empty()) {
                     nodes_.Join(node, GlobalKey(p.HiddenNet));
-                    sources_.push_back({node, p.HiddenNet, eRankGlobal, 0});
+                    sources_.push_back({node, p.HiddenNet, eRankHiddenPin, netlist_.Occurrences[occurrence].Scope});
                 }
             }
             // The same pin of another section of the package is the same node.
@@ -482,7 +540,7 @@ private:
         }
 
         // Names: the best source of each net.
-        auto depth = [&](const NameSource& s) { return s.Rank == eRankGlobal ? 0 : scopes_[s.Scope].Depth + 1; };
+        auto depth = [&](const NameSource& s) { return scopes_[s.Scope].Depth; };
         auto better = [&](const NameSource& a, const NameSource& b) {
             if (depth(a) != depth(b)) return depth(a) < depth(b);
             if (a.Rank != b.Rank) return a.Rank < b.Rank;
@@ -499,7 +557,7 @@ private:
         for (size_t w : wired_) wiredRoots.insert(nodes_.Find(w));
         auto suffix = [&](const NameSource* b) {
             std::string out;
-            if (b && b->Rank != eRankGlobal)
+            if (b && !IsGlobal(b->Rank))
                 for (const std::string& d : scopes_[b->Scope].Path) out += "_" + d;
             return out;
         };
@@ -509,7 +567,7 @@ private:
             if (b) {
                 net.Named = true;
                 net.Name = b->Name;
-                if (b->Rank != eRankGlobal && scopes_[b->Scope].Uses > 1) net.Name += suffix(b);
+                if (!IsGlobal(b->Rank) && scopes_[b->Scope].Uses > 1) net.Name += suffix(b);
             } else {
                 const NetlistNode& first = net.Nodes.front();
                 const NetlistPin& pin = netlist_.Parts[first.Part].Pins[first.Pin];

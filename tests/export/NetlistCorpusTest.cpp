@@ -35,10 +35,10 @@ struct Design {
 // The designs and the counts of their netlists as the folder's SOURCES.md gives them.
 const std::vector<Design> kDesigns{
     {"ECE424_PCBs", "SimplePCB/SIMPLEBOARD.DSN", "SimplePCB/allegro", 16, 7, 14, 34, true},
-    {"Stereo", "Schematic/STEREO.dsn", "Schematic/allegro", 184, 215, 215, 869, false},
+    {"Stereo", "Schematic/STEREO.dsn", "Schematic/allegro", 184, 215, 215, 869, true},
     {"OnyxPSU", "ONYXPSU.DSN", "allegro", 116, 149, 149, 559, false},
     {"1-16_RF_PWR_DIV", "1-16_POWER_SPLITTER.DSN", "allegro", 32, 47, 47, 188, true},
-    {"TMAControl-CClient", "hardware/TMAControl.dsn", "hardware/allegro", 10, 6, 6, 54, false},
+    {"TMAControl-CClient", "hardware/TMAControl.dsn", "hardware/allegro", 10, 6, 6, 54, true},
     {"Proiect-CEF-Amplificator-", "PROIECT_CEF_OK.DSN", ".", 28, 37, 37, 85, true},
 };
 

@@ -206,7 +206,7 @@ TEST(AllegroNetlist, ComparisonListsEverySplitMergeAndDifference) {
                  {"NetR1_2", {{"R1", "2", ""}, {"R2", "2", ""}}},
                  {"N777", {{"R4", "1", ""}, {"R5", "1", ""}}},
                  {"DATA", {{"R6", "1", ""}, {"R6", "2", ""}}},
-                 {"RESET", {{"U1", "4", ""}}},
+                 {"reset_1", {{"U1", "4", ""}}},  // made unique by a number, as Capture's RESET_70311
                  {"VCC", {{"C1", "1", ""}, {"U1", "14", ""}}},
                  {"NC", {{"R7", "1", ""}, {"U1", "5", ""}, {"U1", "3", ""}}}};
     EXPECT_EQ(exporter::CompareAllegroNetlists(expected, same), std::vector<std::string>{});

@@ -23,13 +23,16 @@ using orcadx::test::Mil;
 Coord At(double x, double y) { return {Mil(x), Mil(y)}; }
 
 struct PinSpec {
-    PinSpec(std::string number, std::string name, int32_t part = 1, bool hidden = false, std::string hiddenNet = {})
-        : Number(std::move(number)), Name(std::move(name)), Part(part), Hidden(hidden), HiddenNet(std::move(hiddenNet)) {}
+    PinSpec(std::string number, std::string name, int32_t part = 1, bool hidden = false, std::string hiddenNet = {},
+            bool power = false)
+        : Number(std::move(number)), Name(std::move(name)), Part(part), Hidden(hidden), HiddenNet(std::move(hiddenNet)),
+          Power(power || !HiddenNet.empty()) {}
     std::string Number;
     std::string Name;
     int32_t Part;  // 0: every part
     bool Hidden;
     std::string HiddenNet;
+    bool Power;
 };
 
 // Places objects on one sheet. Pins have no length: a pin's electrical end is where it stands,
@@ -71,7 +74,7 @@ public:
             pin->SetState_OwnerPartId(spec.Part);
             pin->SetState_IsHidden(spec.Hidden);
             pin->SetState_HiddenNetName(spec.HiddenNet);
-            if (!spec.HiddenNet.empty()) pin->SetState_Electrical(ePinPower);
+            if (spec.Power) pin->SetState_Electrical(ePinPower);
             bool shown = spec.Part == 0 || spec.Part == partId;
             pin->SetState_Location({0, shown && !spec.Hidden ? -Mil(100) * row++ : Mil(5000)});
             c->AddSchObject(pin);
@@ -237,7 +240,7 @@ TEST_F(ProjectNetlist, PagesOfTheTopJoinByOffSheetConnectorsLabelsPortsAndGlobal
     p1.Part("R1", "RES", a, 4);
     p2.Part("R2", "RES", b, 4);
     // DATA by off-sheet connectors, CLK by labels on both pages, EXT a port on one page and a label
-    // on the other; "clk" in another case is the same name.
+    // on the other; "clk" in another case is another name, and its net another name in the netlist.
     for (auto* page : {&p1, &p2}) {
         page->Wire({SheetBuilder::PinAt(a, 1), At(1500, 3000)});
         page->OffSheet("DATA", At(1500, 3000));
@@ -258,19 +261,61 @@ TEST_F(ProjectNetlist, PagesOfTheTopJoinByOffSheetConnectorsLabelsPortsAndGlobal
     p2.Label("5V", At(1500, 2700));
     Coord u = At(3000, 3000);
     p2.Part("U5", "MCU", u,
-            {{"1", "IO"}, {"7", "GND", 1, true, "GND"}, {"14", "VCC", 1, true, "VCC"}, {"8", "VDD", 1, true, ""}});
+            {{"1", "IO"}, {"7", "GND", 1, true, "GND"}, {"14", "VCC", 1, true, "VCC"}, {"8", "VDD", 1, true, ""},
+             {"9", "5V", 1, false, "", true}, {"10", "VCC", 1, false, "", true}, {"11", "VCC", 1, false, "", true}});
+    // Shown power pins: 9 touches nothing and joins 5V by its name, 10 likewise VCC; 11 is wired
+    // and stays on its wire's net.
+    p2.Wire({SheetBuilder::PinAt(u, 4), At(3500, 2700)});
+    p2.Label("LOCAL", At(3500, 2700));
     p2.Wire({SheetBuilder::PinAt(u, 1), At(3500, 3000)});
     p2.Label("VCC", At(3500, 3000));
 
     Netlist netlist = impl::CompileNetlist({p1.Sheet(), p2.Sheet()}, "Pages");
-    NetMap expected{{"DATA", {"R1.1", "R2.1"}}, {"CLK", {"R1.2", "R2.2"}}, {"EXT", {"R1.3", "R2.3"}},
-                    {"5V", {"R1.4", "R2.4"}},   {"VCC", {"U5.1", "U5.14"}}, {"GND", {"U5.7"}},
-                    {"VDD", {"U5.8"}}};
+    NetMap expected{{"DATA", {"R1.1", "R2.1"}}, {"CLK", {"R1.2"}}, {"clk_1", {"R2.2"}}, {"EXT", {"R1.3", "R2.3"}},
+                    {"5V", {"R1.4", "R2.4", "U5.9"}}, {"VCC", {"U5.1", "U5.14", "U5.10"}}, {"GND", {"U5.7"}},
+                    {"VDD", {"U5.8"}},                {"LOCAL", {"U5.11"}}};
     EXPECT_EQ(NetsOf(netlist), expected) << Describe(NetsOf(netlist));
     // A hidden pin is no pin that touches nothing: it has no place on the sheet.
     for (const NetlistNet& net : netlist.Nets) EXPECT_FALSE(net.Unconnected) << net.Name;
     ASSERT_EQ(netlist.Occurrences.size(), 2u);
     EXPECT_EQ(netlist.Occurrences[0].Scope, netlist.Occurrences[1].Scope);
+}
+
+TEST_F(ProjectNetlist, LabelsBesideAConnectorStayOnTheirPageAndConnectorsNameFirst) {
+    auto dir = Dir("precedence");
+    SheetBuilder p1(app, dir / "Page1.SchDoc"), p2(app, dir / "Page2.SchDoc");
+    Coord a = At(1000, 3000);
+    p1.Part("R1", "RES", a, 4);
+    p2.Part("R2", "RES", a, 4);
+    // Pin 1: on page 1 a wire has the label OE# and the port OE, and pin 2's wire a label OE#:
+    // one net of the page, which goes on as OE. On page 2 OE# and OE are apart. So OE# and OE stay
+    // two nets, as Capture keeps them.
+    for (auto* page : {&p1, &p2}) {
+        page->Wire({SheetBuilder::PinAt(a, 1), At(1500, 3000)});
+        page->Wire({SheetBuilder::PinAt(a, 2), At(1500, 2900)});
+        page->Wire({SheetBuilder::PinAt(a, 3), At(1500, 2800)});
+        page->Wire({SheetBuilder::PinAt(a, 4), At(1500, 2700)});
+    }
+    p1.Label("OE#", At(1200, 3000));
+    p1.Port("OE", At(1500, 3000));
+    p1.Label("OE#", At(1500, 2900));
+    p2.Label("OE#", At(1500, 3000));
+    p2.Port("OE", At(1500, 2900));
+    // Pin 3: a port before a power object before a net label, whatever their order in the alphabet;
+    // the power object still joins its global net on page 2.
+    p1.Port("COMMON", At(1500, 2800));
+    p1.Power("AGND", At(1200, 2800));
+    p2.Power("AGND", At(1500, 2800));
+    // Pin 4: an off-sheet connector before a net label; a power object before a net label.
+    p1.OffSheet("ZSIG", At(1500, 2700));
+    p1.Label("ASIG", At(1200, 2700));
+    p2.Power("ZPWR", At(1500, 2700));
+    p2.Label("APWR", At(1200, 2700));
+
+    Netlist netlist = impl::CompileNetlist({p1.Sheet(), p2.Sheet()}, "Precedence");
+    NetMap expected{{"OE", {"R1.1", "R1.2", "R2.2"}}, {"OE#", {"R2.1"}}, {"COMMON", {"R1.3", "R2.3"}},
+                    {"ZSIG", {"R1.4"}},       {"ZPWR", {"R2.4"}}};
+    EXPECT_EQ(NetsOf(netlist), expected) << Describe(NetsOf(netlist));
 }
 
 // Top: J1.1 -> BLK1.IN, BLK1.OUT -> BLK2.IN (label STAGE), BLK2.OUT -> J1.2, J1.3 on GND.
@@ -318,10 +363,10 @@ TEST_F(ProjectNetlist, ABlockUsedTwiceGetsNetsAndDesignatorsPerOccurrence) {
     TwoBlocks design(app, dir);
     Netlist netlist = impl::CompileNetlist({design.amp.Sheet(), design.top.Sheet()}, "Hier");
     // The input takes the name of the block's port, with the block's designator: the block is used
-    // twice.
+    // twice. The port OUT names its net before the label MID beside it.
     NetMap expected{{"IN_BLK1", {"J1.1", "R10.1"}},
                     {"STAGE", {"R10.2", "C10.1", "R20.1"}},
-                    {"MID_BLK2", {"R20.2", "C20.1", "J1.2"}},
+                    {"OUT_BLK2", {"R20.2", "C20.1", "J1.2"}},
                     {"GND", {"J1.3", "C10.2", "C20.2"}}};
     EXPECT_EQ(NetsOf(netlist), expected) << Describe(NetsOf(netlist));
     EXPECT_TRUE(netlist.Problems.empty()) << netlist.Problems.front();
@@ -528,6 +573,8 @@ TEST_F(ProjectNetlist, ProblemsAreNamedAndGraphicalOrSimulationPartsLeftOut) {
     title->SetState_ComponentKind(eComponentKind_Graphical);
     auto* source = top.Part("V1", "VPULSE", At(500, 500), 2);
     top.Parameter(source, "PSpiceOnly", "True");
+    auto* battery = top.Part("V2", "BATTERY", At(700, 500), 2);
+    top.Parameter(battery, "NETLIST_IGNORE", "true");
     top.Part("R1", "RES", At(4000, 4000), 1);
     top.Part("r1", "RES", At(5000, 4000), 1);
     Netlist netlist = impl::CompileNetlist({top.Sheet(), loop.Sheet()}, "Problems");
