@@ -85,11 +85,12 @@ void WriteStandardSymbols(SchServer& server, const std::string& path) {
         library->RemoveChild(c);
         delete c;
     }
-    // Power symbols: drawn in a box of 40 by 40 mils above (VCC) or below (GND) their pin.
+    // Power symbols: drawn in a box of 40 by 40 mils above (VCC) or below (GND) their pin, reaching
+    // the far side of the box, so that the pin stands on an edge of the symbol's extents.
     {
         SymbolBuilder s(server, *library, "VCC_BAR", 33);
-        s.Polyline({{20, -40}, {20, -10}});
-        s.Polyline({{0, -10}, {40, -10}});
+        s.Polyline({{20, -40}, {20, 0}});
+        s.Polyline({{0, 0}, {40, 0}});
         s.Pin("VCC", 20, -40, 3);
     }
     {
