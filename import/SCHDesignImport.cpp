@@ -182,6 +182,12 @@ void TSCHDesignImporter::UpdateSheetSymbols(const std::string& folder, const std
             const std::string extension = Host.Client() ? Host.Client()->GetDefaultExtension("SCH") : ".SchDoc";
             std::string designator = symbol->GetState_SheetName() ? symbol->GetState_SheetName()->GetState_Text() : "";
             const std::string name = InFolder(folder, WithExtension(designator, extension));
+            // A page of that name (in a file written from an earlier import, the intermediate sheet
+            // itself) stays as it is: making the sheet anew would close a document still in use.
+            if (std::any_of(documents.begin(), documents.end(), [&](host::ISch_Document* d) {
+                    return platform::SameTextNoCase(FileNameOf(d->GetState_DocumentName()), FileNameOf(name));
+                }))
+                continue;
             CreateIntermediateSheet(name, symbol, listed);
             if (Project) Project->AddSourceDocument(name);
             fileName->SetState_Text(FileNameOf(name));
