@@ -66,7 +66,12 @@ void TSCHProjectExporter::CreateSheetExporters() {
     for (int32_t i = 0; i < Project->GetDocumentCount(); ++i) {
         host::IDocument* document = Project->GetDocument(i);
         if (!IsSheetKind(document)) continue;
-        auto* sheet = dynamic_cast<host::ISch_Sheet*>(server->GetSchDocumentByPath(document->GetFullPath()));
+        host::ISch_Document* open = server->GetSchDocumentByPath(document->GetFullPath());
+        // A sheet of the project that isn't open is opened through the client, as the cache
+        // builder opens the first one.
+        if (!open && Host.Client() && Host.Client()->OpenDocument("Sch", document->GetFullPath()))
+            open = server->GetSchDocumentByPath(document->GetFullPath());
+        auto* sheet = dynamic_cast<host::ISch_Sheet*>(open);
         if (!sheet) continue;
         auto slot = std::make_unique<SheetSlot>();
         slot->Document = document;

@@ -160,15 +160,19 @@ TEST_F(ProjectExport, RootViewEmptyProjectAndSheetsTheServerHasNot) {
     // No sheet symbols: no top-level document, and the first view is the root.
     AddSheet("B.SchDoc");
     AddSheet("A.SchDoc");
-    // A sheet of the project that isn't open gets no page.
+    // A sheet of the project that isn't open is opened; one that can't be read gets no page.
     std::string closed = (dir_ / "Closed.SchDoc").string();
     IServerDocument* document = OpenOrCreateDocument(App(), closed, "SCH", "Binary", true);
     App().Client()->CloseDocument(document);
     project_->AddSourceDocument(closed);
+    std::string broken = (dir_ / "Broken.SchDoc").string();
+    std::ofstream(broken) << "{ not a sheet";
+    project_->AddSourceDocument(broken);
     auto out = dir_ / "Two.DSN";
     exporter::ExportProject(App(), project_, out.string(), 0x00010001);
     auto design = LoadDesign(out);
-    EXPECT_EQ(ViewNames(*design), (std::vector<std::string>{"B.SchDoc:B.SchDoc", "A.SchDoc:A.SchDoc"}));
+    EXPECT_EQ(ViewNames(*design),
+              (std::vector<std::string>{"B.SchDoc:B.SchDoc", "A.SchDoc:A.SchDoc", "Closed.SchDoc:Closed.SchDoc"}));
     EXPECT_EQ(design->Lib->RootViewName, "B.SchDoc");
     EXPECT_EQ(design->ComponentCount(), 0);
 
