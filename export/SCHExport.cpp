@@ -176,6 +176,46 @@ std::string LegalName(const std::string& text) {
     return out;
 }
 
+std::string PartLetter(int index) {
+    uint32_t code = 64u + static_cast<uint32_t>(index);
+    std::string out;
+    if (code < 0x80) {
+        out += static_cast<char>(code);
+    } else if (code < 0x800) {
+        out += static_cast<char>(0xC0 | (code >> 6));
+        out += static_cast<char>(0x80 | (code & 0x3F));
+    } else {
+        out += static_cast<char>(0xE0 | (code >> 12));
+        out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (code & 0x3F));
+    }
+    return out;
+}
+
+host::ISch_Parameter* FindParameter(host::ISch_BasicContainer* object, const std::string& name) {
+    auto it = object->SchIterator_Create({host::eParameter}, host::eIterateFirstLevel);
+    for (auto* child = it->FirstSchObject(); child; child = it->NextSchObject())
+        if (auto* parameter = dynamic_cast<host::ISch_Parameter*>(child))
+            if (parameter->GetState_Name() == name) return parameter;
+    return nullptr;
+}
+
+std::string FootprintName(host::ISch_Component* component) {
+    std::string current, last;
+    bool haveCurrent = false;
+    auto it = component->SchIterator_Create({host::eImplementation}, host::eIterateFirstLevel);
+    for (auto* object = it->FirstSchObject(); object; object = it->NextSchObject()) {
+        auto* model = dynamic_cast<host::ISch_Implementation*>(object);
+        if (!model || !platform::SameTextNoCase(model->GetState_ModelType(), "PCBLIB")) continue;
+        last = model->GetState_ModelName();
+        if (!haveCurrent && model->GetState_IsCurrent()) {
+            current = last;
+            haveCurrent = true;
+        }
+    }
+    return haveCurrent ? current : last;
+}
+
 // ---------------------------------------------------------------------------------------------
 // TSCHCommonExporter
 

@@ -38,6 +38,17 @@ int ConvertLineStyle(int32_t hostStyle);
 // replaced by "_".
 std::string LegalName(const std::string& text);
 
+// The letter of part `index` (from 1) of a component of several parts: "A", "B", ... and on past
+// "Z" through the following character codes (as UTF-8).
+std::string PartLetter(int index);
+
+// The first parameter of the object with exactly this name, or null.
+host::ISch_Parameter* FindParameter(host::ISch_BasicContainer* object, const std::string& name);
+
+// The footprint of a component: the model name of its current "PCBLIB" implementation, else of
+// the last one; empty when it has none.
+std::string FootprintName(host::ISch_Component* component);
+
 class TSCHExporter {
 public:
     explicit TSCHExporter(dbo::TDboDesign* design) : Design(design) {}

@@ -18,32 +18,6 @@ constexpr int32_t kExtentStart = 0x7FFFFFFE;
 
 int32_t Wrap(int64_t value) { return static_cast<int32_t>(static_cast<uint32_t>(value)); }
 
-// The letter of part `index` (from 1): "A", "B", ... and on past "Z" through the following codes.
-std::string PartLetter(int index) {
-    uint32_t code = 64u + static_cast<uint32_t>(index);
-    std::string out;
-    if (code < 0x80) {
-        out += static_cast<char>(code);
-    } else if (code < 0x800) {
-        out += static_cast<char>(0xC0 | (code >> 6));
-        out += static_cast<char>(0x80 | (code & 0x3F));
-    } else {
-        out += static_cast<char>(0xE0 | (code >> 12));
-        out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (code & 0x3F));
-    }
-    return out;
-}
-
-// The first parameter of the component with exactly this name, or null.
-host::ISch_Parameter* FindParameter(host::ISch_Component* component, const std::string& name) {
-    auto it = component->SchIterator_Create({host::eParameter}, host::eIterateFirstLevel);
-    for (auto* object = it->FirstSchObject(); object; object = it->NextSchObject())
-        if (auto* parameter = dynamic_cast<host::ISch_Parameter*>(object))
-            if (parameter->GetState_Name() == name) return parameter;
-    return nullptr;
-}
-
 // Runs EndBulkChange on the way out, also when an exception passes.
 struct BulkChange {
     explicit BulkChange(host::ISch_Document* document) : document_(document) { document_->BeginBulkChange(); }
@@ -233,22 +207,6 @@ void TSCHLibraryComponentExporter::SetViewExtents(dbo::TDboLibBaseView* view) {
 
 std::string TSCHLibraryComponentExporter::ComponentName() { return LibComponent->PartInfo->CompName; }
 
-std::string TSCHLibraryComponentExporter::FootprintName() {
-    std::string current, last;
-    bool haveCurrent = false;
-    auto it = HostComponent->SchIterator_Create({host::eImplementation}, host::eIterateFirstLevel);
-    for (auto* object = it->FirstSchObject(); object; object = it->NextSchObject()) {
-        auto* model = dynamic_cast<host::ISch_Implementation*>(object);
-        if (!model || !platform::SameTextNoCase(model->GetState_ModelType(), "PCBLIB")) continue;
-        last = model->GetState_ModelName();
-        if (!haveCurrent && model->GetState_IsCurrent()) {
-            current = last;
-            haveCurrent = true;
-        }
-    }
-    return haveCurrent ? current : last;
-}
-
 void TSCHLibraryComponentExporter::RunExport() {
     dbo::TDboLibPartInfo& info = *LibComponent->PartInfo;
     info.CompName = LegalName(HostComponent->GetState_LibReference());
@@ -258,7 +216,7 @@ void TSCHLibraryComponentExporter::RunExport() {
             if (c != '?') reference += c;
     }
     info.CompRefName = reference;
-    info.CompFootprint = FootprintName();
+    info.CompFootprint = FootprintName(HostComponent);
     int32_t count = HostComponent->GetState_PartCount();
     int parts = count >= 2 ? count : 1;
     ExportPackages(parts);

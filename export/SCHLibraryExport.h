@@ -80,7 +80,6 @@ public:
     std::string ComponentName() override;
 
 private:
-    std::string FootprintName();
     void ExportPackages(int parts);
     void ExportParts(int parts);
 };
