@@ -221,7 +221,8 @@ void TSCHSheetExporter::ExportPass(const host::ObjectSet& kinds, dbo::TDboStorab
 }
 
 void TSCHSheetExporter::RunExport() {
-    if (!Page || !Sheet) return;
+    // A library or another kind of document has no page to give.
+    if (!Page || !dynamic_cast<host::ISch_Sheet*>(Sheet)) return;
     ExportNets();
     ExportGraphics(*Page->Graphics);
     ExportPass({host::eBusEntry}, *Page->BusEntries, [&](auto* o) { return ExportBusEntry(o); });
@@ -248,6 +249,7 @@ void TSCHSheetExporter::BuildNetIndex() {
             continue;
         }
         netNames_.push_back(net->GetNetName());
+        netIdOfName_.try_emplace(platform::UpperCaseAscii(netNames_.back()), n);
         int32_t wires = net->GetWireCount();
         for (int32_t w = 0; w < wires; ++w) netOfWire_.try_emplace(net->GetWireUniqueId(w), n);
     }
@@ -259,7 +261,6 @@ void TSCHSheetExporter::ExportNets() {
         auto alias = dbo::Make<dbo::TDboNetAlias>(Design);
         alias->Alias = name;
         alias->NetID = Page->NetAliases->Count();
-        netIdOfName_.try_emplace(platform::UpperCaseAscii(name), alias->NetID);
         Page->NetAliases->Add(std::move(alias));
     }
 }
@@ -268,6 +269,7 @@ int32_t TSCHSheetExporter::FindNetId(host::ISch_BasicContainer* wire) {
     if (!netsBuilt_) BuildNetIndex();
     auto net = netOfWire_.find(wire->GetState_UniqueId());
     if (net == netOfWire_.end()) return -1;
+    // The first net of the same name without regard to case gives the id.
     auto id = netIdOfName_.find(platform::UpperCaseAscii(netNames_[static_cast<size_t>(net->second)]));
     return id == netIdOfName_.end() ? -1 : id->second;
 }

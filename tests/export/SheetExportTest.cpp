@@ -210,6 +210,24 @@ TEST_F(SheetExport, WiresAreCutWhereSomethingConnectsAndMarkTheirJunctions) {
                                     page.GridVertCnt}),
               (std::vector<int32_t>{11000, 8500, 200, 200, 6, 4}));
     EXPECT_EQ(exporter_->PageTop, 830);
+
+    // On a standard sheet: the style's size and margin, still written as a custom size.
+    sheet_->SetState_UseCustomSheet(false);
+    sheet_->SetState_SheetStyle(1);
+    ISch_Preferences* style = App().SchServer()->GetPreferences();
+    dbo::TDboPage& standard = Export();
+    EXPECT_EQ(standard.PageName, "Sheet1.SchDoc");
+    EXPECT_EQ(standard.PageSize, "Custom");
+    EXPECT_EQ((std::vector<int32_t>{standard.Width, standard.Height, standard.GridHorWidth, standard.GridHorCnt,
+                                    standard.GridVertCnt}),
+              (std::vector<int32_t>{style->GetState_SheetStyle_XSize(1) / 10000, style->GetState_SheetStyle_YSize(1) / 10000,
+                                    style->GetState_SheetStyle_MarginWidth(1) / 10000, style->GetState_SheetStyle_XZones(1),
+                                    style->GetState_SheetStyle_YZones(1)}));
+    EXPECT_NE(standard.Width, 11000);
+    // Page coordinates run from the inner top left corner of the border.
+    int32_t margin = style->GetState_SheetStyle_MarginWidth(1);
+    EXPECT_EQ(exporter_->ConvertX(margin + Unit(12)), 12);
+    EXPECT_EQ(exporter_->ConvertY(style->GetState_SheetStyle_YSize(1) - margin - Unit(7)), 7);
 }
 
 TEST_F(SheetExport, PointsOnSegmentsByDistance) {
@@ -224,4 +242,235 @@ TEST_F(SheetExport, PointsOnSegmentsByDistance) {
     EXPECT_TRUE(PointOnSegment({7, 3}, {10, 3}, {0, 3}, true));
     EXPECT_DOUBLE_EQ(exporter::PointToSegmentDistance({3, 4}, {0, 0}, {0, -10}), 5.0);
     EXPECT_DOUBLE_EQ(exporter::PointToSegmentDistance({0, 100000}, {0, 0}, {10, 0}), 32000.0);
+}
+
+class SheetExportParts : public SheetExport {
+protected:
+    ISch_Component* Chip(ISch_Lib* library, const std::string& name, int32_t parts) {
+        ISch_Component* chip = AddComponent(library, name);
+        chip->SetState_PartCount(parts);
+        chip->GetState_SchDesignator()->SetState_Text("U?");
+        for (int32_t part = 1; part <= parts; ++part) {
+            AddRectangle(chip, {Unit(10), Unit(-40)}, {Unit(50), Unit(-10)}, part);
+            AddPin(chip, "L", std::to_string(4 * part - 3), {Unit(10), Unit(-20)}, 2, Unit(10), part);
+            AddPin(chip, "R", std::to_string(4 * part - 2), {Unit(50), Unit(-30)}, 0, Unit(10), part);
+            AddPin(chip, "T", std::to_string(4 * part - 1), {Unit(30), Unit(-10)}, 1, Unit(10), part);
+            AddPin(chip, "B", std::to_string(4 * part), {Unit(20), Unit(-40)}, 3, Unit(20), part);
+        }
+        return chip;
+    }
+    ISch_Component* PlaceComponent(ISch_Lib* library, const std::string& name, Coord at, int32_t orientation = 0,
+                                   bool mirrored = false) {
+        auto* placed = App().SchServer()->LoadComponent(name, library->GetState_DocumentName());
+        if (!placed) throw std::runtime_error("no component " + name);
+        sheet_->AddSchObject(placed);
+        placed->MoveToXY(at.X, at.Y);
+        placed->SetState_Orientation(orientation);
+        placed->SetState_IsMirrored(mirrored);
+        return placed;
+    }
+    void ExportLibrary(ISch_Lib* library) { exporter::TSCHLibraryExporter(App(), design_.get(), library).RunExport(); }
+};
+
+TEST_F(SheetExportParts, PinRecordsStandAtTheHostPinsAtEveryOrientationAndMirror) {
+    ISch_Lib* library = NewLibrary();
+    Chip(library, "CHIP", 1);
+    ExportLibrary(library);
+    std::vector<ISch_Component*> placed;
+    for (int mirror = 0; mirror < 2; ++mirror)
+        for (int32_t o = 0; o < 4; ++o) placed.push_back(PlaceComponent(library, "CHIP", At(100 + 100 * o, 100 + 150 * mirror), o, mirror));
+    // A no-connect marker on the far end of the right pin of the first part.
+    auto* pins0 = placed[0]->SchIterator_Create({ePin}, eIterateAllLevels).release();
+    std::vector<ISch_Pin*> firstPins;
+    for (auto* o = pins0->FirstSchObject(); o; o = pins0->NextSchObject()) firstPins.push_back(dynamic_cast<ISch_Pin*>(o));
+    delete pins0;
+    ASSERT_EQ(firstPins.size(), 4u);
+    Coord rightEnd = firstPins[1]->GetState_Location();
+    rightEnd.X += firstPins[1]->GetState_PinLength();
+    Place<ISch_GraphicalObject>(eNoERC)->SetState_Location(rightEnd);
+
+    dbo::TDboPage& page = Export();
+    ASSERT_EQ(page.PartsAndBlocks->Count(), 8);
+    const int rotations[2][4] = {{0, 1, 2, 3}, {0, 3, 2, 1}};
+    for (size_t k = 0; k < placed.size(); ++k) {
+        SCOPED_TRACE("orientation " + std::to_string(k % 4) + ", mirrored " + std::to_string(k / 4));
+        auto* part = dynamic_cast<dbo::TDboPart*>(page.PartsAndBlocks->GetParts(static_cast<int>(k)));
+        ASSERT_NE(part, nullptr);
+        EXPECT_EQ(part->GetRotation(), rotations[k / 4][k % 4]);
+        EXPECT_EQ(part->GetMirror(), int(k / 4));
+        EXPECT_EQ(part->ViewName, "CHIP.Normal");
+        EXPECT_EQ(part->SrcPkg, "CHIP");
+        std::vector<std::pair<int32_t, int32_t>> host, records;
+        auto it = placed[k]->SchIterator_Create({ePin}, eIterateAllLevels);
+        for (auto* o = it->FirstSchObject(); o; o = it->NextSchObject()) {
+            auto* pin = dynamic_cast<ISch_Pin*>(o);
+            Coord p = pin->GetState_Location();
+            int32_t l = pin->GetState_PinLength();
+            const int32_t dx[] = {l, 0, -l, 0}, dy[] = {0, l, 0, -l};
+            p.X += dx[pin->GetState_Orientation()];
+            p.Y += dy[pin->GetState_Orientation()];
+            host.emplace_back(exporter_->ConvertX(p.X), exporter_->ConvertY(p.Y));
+        }
+        ASSERT_EQ(part->PinProps.Count(), 4);
+        for (int i = 0; i < 4; ++i) {
+            auto* props = part->PinProps.GetPinProps(i);
+            records.emplace_back(props->LocationX, props->LocationY);
+            EXPECT_EQ(props->PinNumber, static_cast<uint16_t>(k == 0 && i == 1 ? -2 : i + 1));
+        }
+        EXPECT_EQ(records, host);
+    }
+}
+
+TEST_F(SheetExportParts, PartsAndSymbolsThatTheDesignLacksAreLeftOut) {
+    ISch_Lib* library = NewLibrary();
+    Chip(library, "CHIP", 1);
+    ISch_Component* dual = Chip(library, "DUAL", 2);
+    dual->SetState_DisplayModeCount(1);
+    ExportLibrary(library);
+    ISch_Component* missing = Chip(library, "MISSING", 1);  // added after the export
+    (void)missing;
+    ISch_Component* byItemId = PlaceComponent(library, "MISSING", At(100, 100));
+    byItemId->SetState_DesignItemId("CHIP");
+    PlaceComponent(library, "MISSING", At(200, 100));
+    ISch_Component* second = PlaceComponent(library, "DUAL", At(300, 100));
+    second->SetState_CurrentPartId(2);
+    second->GetState_SchDesignator()->SetState_Text("U1");
+    second->SetState_DisplayMode(1);  // no ".Convert" view: the first view serves
+    ISch_Component* title = PlaceComponent(library, "CHIP", At(400, 100));
+    title->SetState_ComponentKind(eComponentKind_Graphical);
+    for (int32_t style = 0; style <= 7; ++style) {
+        auto* power = Place<ISch_PowerObject>(ePowerObject);
+        power->SetState_Style(style);
+        power->SetState_Orientation(0);
+        power->SetState_Text(style < 4 ? "VCC" : "GND");
+        power->SetState_Location(At(100 + 20 * style, 300));
+    }
+    auto* offPage = Place<ISch_CrossSheetConnector>(eCrossSheetConnector);
+    offPage->SetState_Text("OUT");
+    offPage->SetState_Location(At(100, 400));
+
+    // Without the standard symbols no power object nor off-page connector can stand.
+    dbo::TDboPage& bare = Export();
+    EXPECT_EQ(bare.Powers->Count(), 0);
+    EXPECT_EQ(bare.OffPages->Count(), 0);
+    ASSERT_EQ(bare.PartsAndBlocks->Count(), 2);
+    auto* viaItemId = dynamic_cast<dbo::TDboPart*>(bare.PartsAndBlocks->GetParts(0));
+    EXPECT_EQ(viaItemId->SrcPkg, "CHIP");
+    EXPECT_EQ(viaItemId->ViewName, "CHIP.Normal");
+    auto* b = dynamic_cast<dbo::TDboPart*>(bare.PartsAndBlocks->GetParts(1));
+    EXPECT_EQ(b->ViewName, "DUALB.Convert");
+    EXPECT_EQ(b->PartNo, 1);
+    EXPECT_EQ(b->DesignatorStr, "U1");
+    EXPECT_EQ(b->GetVisiblePropByName("Part Reference")->GetValue(), "U1B");
+    // The first view of the first package: pins 1 to 4 of part A.
+    EXPECT_EQ(b->PinProps.Count(), 4);
+    ASSERT_EQ(bare.TitleBlocks->Count(), 1);
+    auto* block = bare.TitleBlocks->As<dbo::TDboTitleBlock>(0);
+    EXPECT_EQ(block->SymName, "CHIP");
+    EXPECT_EQ(block->Width, 400);
+    EXPECT_EQ(block->Height, 200);
+
+    AddStandardSymbols();
+    dbo::TDboPage& full = Export();
+    // Style 7 has no symbol; the others stand, GND turned one way and VCC the other.
+    ASSERT_EQ(full.Powers->Count(), 7);
+    EXPECT_EQ(full.Powers->As<dbo::TDboPower>(0)->SymName, "VCC_CIRCLE");
+    EXPECT_EQ(full.Powers->As<dbo::TDboPower>(0)->GetRotation(), 3);
+    EXPECT_EQ(full.Powers->As<dbo::TDboPower>(4)->SymName, "GND_POWER");
+    EXPECT_EQ(full.Powers->As<dbo::TDboPower>(4)->GetRotation(), 1);
+    ASSERT_EQ(full.OffPages->Count(), 1);
+    EXPECT_EQ(full.OffPages->As<dbo::TDboOffPage>(0)->SymName, "OFFPAGELEFT-L");
+    EXPECT_EQ(design_->GetString(full.OffPages->As<dbo::TDboOffPage>(0)->PortNameIdx), "OUT");
+}
+
+TEST_F(SheetExport, SheetSymbolsWithEntriesOnEachSideAndPortsOfEachKind) {
+    names_.GetUniquePageName("", "Sub.SchDoc");
+    auto* symbol = Place<ISch_SheetSymbol>(eSheetSymbol);
+    symbol->SetState_Location(At(100, 100));
+    symbol->SetState_XSize(Unit(80));
+    symbol->SetState_YSize(Unit(60));
+    symbol->GetState_SheetFileName()->SetState_Text("Sub.SchDoc");
+    symbol->GetState_SheetName()->SetState_Text("U_Sub");
+    const std::vector<std::string> entryNames{"IN", "OUT", "D[0..3]", "BI"};
+    for (int32_t side = 0; side < 4; ++side) {
+        auto* entry = Make<ISch_SheetEntry>(eSheetEntry);
+        entry->SetState_Name(entryNames[static_cast<size_t>(side)]);
+        entry->SetState_Side(side);
+        entry->SetState_DistanceFromTop(Unit(20));
+        entry->SetState_IOType((side + 2) % 4);  // 2, 3, 0, 1
+        symbol->AddSchObject(entry);
+    }
+    // Ports: one whose wire meets its location, one that nothing meets, a vertical one, each IO type.
+    AddLine(eWire, {At(300, 100), At(250, 100)});
+    struct PortCase {
+        int32_t style;
+        Coord at;
+        int32_t ioType;
+    };
+    const std::vector<PortCase> ports{{1, At(300, 100), 0}, {2, At(300, 200), 1}, {5, At(400, 100), 2}, {8, At(400, 200), 3}};
+    for (const PortCase& c : ports) {
+        auto* port = Place<ISch_Port>(ePort);
+        port->SetState_Name("P");
+        port->SetState_Style(c.style);
+        port->SetState_Location(c.at);
+        port->SetState_Width(Unit(60));
+        port->SetState_IOType(c.ioType);
+    }
+    dbo::TDboPage& page = Export();
+
+    ASSERT_EQ(page.PartsAndBlocks->Count(), 1);
+    auto* block = dynamic_cast<dbo::TDboHierarchicalBlock*>(page.PartsAndBlocks->GetParts(0));
+    ASSERT_NE(block, nullptr);
+    EXPECT_EQ((std::vector<int32_t>{block->LocationX, block->LocationY, block->GetWidth(), block->GetHeight()}),
+              (std::vector<int32_t>{100, 100, 80, 60}));
+    EXPECT_EQ(design_->GetString(block->ImplementSheetIdx), "Sub.SchDoc");
+    EXPECT_EQ(block->ImplementFolderIdx, block->ImplementSheetIdx);
+    EXPECT_EQ(block->GetRefStr(), "U_Sub");
+    EXPECT_EQ(design_->GetString(block->NameIdx), "U_Sub");
+    dbo::TDboPinList* pins = block->GetPins();
+    ASSERT_EQ(pins->Count(), 4);
+    ASSERT_EQ(block->PinProps.Count(), 4);
+    // Offsets by side: left, right (at the block's width), top, bottom (at its height).
+    const std::vector<std::pair<int32_t, int32_t>> offsets{{0, 20}, {80, 20}, {20, 0}, {20, 60}};
+    const std::vector<int32_t> types{0, 1, 4, 2};
+    for (int i = 0; i < 4; ++i) {
+        SCOPED_TRACE(entryNames[static_cast<size_t>(i)]);
+        dbo::TDboPin* pin = pins->GetPins(i);
+        EXPECT_EQ(pin->PinName, entryNames[static_cast<size_t>(i)]);
+        EXPECT_EQ(pin->ID, i == 2 ? dbo::kIdPinBus : dbo::kIdPinScalar);
+        EXPECT_EQ(std::make_pair(pin->OffsetX, pin->OffsetY), offsets[static_cast<size_t>(i)]);
+        EXPECT_EQ(std::make_pair(pin->EndX, pin->EndY), offsets[static_cast<size_t>(i)]);
+        EXPECT_TRUE(pin->GetIsVisible());
+        EXPECT_EQ(pin->PinType, types[static_cast<size_t>(i)]);
+        dbo::TDboPinProps* props = block->PinProps.GetPinProps(i);
+        EXPECT_EQ(props->PinNumber, i + 1);
+        EXPECT_EQ(props->ID, i == 2 ? dbo::kIdPinPropsBus : dbo::kIdPinPropsScalar);
+        // The entry's place on the page: the block's corner plus its offset.
+        EXPECT_EQ(std::make_pair(int32_t(props->LocationX), int32_t(props->LocationY)),
+                  std::make_pair(100 + offsets[static_cast<size_t>(i)].first, 100 + offsets[static_cast<size_t>(i)].second));
+    }
+
+    ASSERT_EQ(page.Ports->Count(), 4);
+    struct Expected {
+        std::string symbol;
+        int rotation;
+        int32_t x, y;
+        int32_t type;
+    };
+    const std::vector<Expected> expected{
+        {"PORTLEFT-L", 0, 300, 90, 4},       // the wire meets the location
+        {"PORTRIGHT-R", 0, 330, 190, 2},     // nothing meets it: 60 - 30 to the right
+        {"PORTRIGHT-L", 1, 390, 68, 0},      // vertical, nothing meets it
+        {"", 0, 400, 200, 1},                // a style beyond 7: no symbol, no offset
+    };
+    for (int i = 0; i < 4; ++i) {
+        SCOPED_TRACE("port " + std::to_string(i));
+        auto* port = page.Ports->As<dbo::TDboPort>(i);
+        EXPECT_EQ(port->SymName, expected[static_cast<size_t>(i)].symbol);
+        EXPECT_EQ(port->GetRotation(), expected[static_cast<size_t>(i)].rotation);
+        EXPECT_EQ(std::make_pair(int32_t(port->LocationX), int32_t(port->LocationY)),
+                  std::make_pair(expected[static_cast<size_t>(i)].x, expected[static_cast<size_t>(i)].y));
+        EXPECT_EQ(port->PortType, expected[static_cast<size_t>(i)].type);
+        EXPECT_EQ(design_->GetString(port->PortNameIdx), "P");
+    }
 }
