@@ -137,6 +137,8 @@ TEST_F(SheetExport, WiresAreCutWhereSomethingConnectsAndMarkTheirJunctions) {
     ISch_Component* chip = AddComponent(library, "CHIP");
     AddRectangle(chip, {0, Unit(-20)}, {Unit(20), 0});
     AddPin(chip, "A", "1", {Unit(10), Unit(-20)}, 3, Unit(10));
+    // A pin whose body end, not its electrical end, lies on main's middle at x 70: no cut there.
+    AddPin(chip, "B", "2", {Unit(50), Unit(-30)}, 1, Unit(10));
     auto* placed = App().SchServer()->LoadComponent("CHIP", library->GetState_DocumentName());
     ASSERT_NE(placed, nullptr);
     sheet_->AddSchObject(placed);
