@@ -216,6 +216,7 @@ TEST_F(SheetExport, WiresAreCutWhereSomethingConnectsAndMarkTheirJunctions) {
     // On a standard sheet: the style's size and margin, still written as a custom size.
     sheet_->SetState_UseCustomSheet(false);
     sheet_->SetState_SheetStyle(1);
+    sheet_->SetState_CustomMargin(5000000);  // not in effect
     ISch_Preferences* style = App().SchServer()->GetPreferences();
     dbo::TDboPage& standard = Export();
     EXPECT_EQ(standard.PageName, "Sheet1.SchDoc");
