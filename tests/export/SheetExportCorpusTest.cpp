@@ -190,6 +190,7 @@ TEST(SheetExportCorpus, EveryPageExportsWhatItsSheetPredicts) {
         // The design: the file's library as the import made it, and the standard symbols.
         importer::FontTableManager().Clear();
         dbo::TDboDesign design((bench.folder / "Export.DSN").string(), nullptr, 0, nullptr);
+        bench.app.OpenDocumentFile(bench.libraryName);
         exporter::TSCHLibraryExporter(bench.app, &design, bench.libraryName).RunExport();
         std::string symbols = (bench.folder / "OrCAD-CAPSYM.SchLib").string();
         WriteStandardSymbolLibrary(bench.app, symbols);
@@ -217,6 +218,8 @@ TEST(SheetExportCorpus, EveryPageExportsWhatItsSheetPredicts) {
     }
     std::cout << "[ pages    ] " << pages << " pages: " << total << "; pages with differences " << withProblems << "\n";
     EXPECT_GT(pages, 150);
+    EXPECT_GT(total.parts, 3000);
+    EXPECT_GT(total.pins, 10000);
 }
 
 }  // namespace orcadx::test
