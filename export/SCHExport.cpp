@@ -200,6 +200,16 @@ host::ISch_Parameter* FindParameter(host::ISch_BasicContainer* object, const std
     return nullptr;
 }
 
+std::unique_ptr<dbo::TDboPin> NewPinFor(dbo::TDboBaseDesign* design, const std::string& name) {
+    if (name.find("..") != std::string::npos) return dbo::Make<dbo::TDboPinBus>(design);
+    return dbo::Make<dbo::TDboPinScalar>(design);
+}
+
+std::string FileNamePart(const std::string& path) {
+    size_t slash = path.find_last_of("/\\");
+    return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
 std::string FootprintName(host::ISch_Component* component) {
     std::string current, last;
     bool haveCurrent = false;
@@ -615,9 +625,7 @@ std::unique_ptr<dbo::TDboPin> TSCHCommonExporter::ExportPin(host::ISch_BasicCont
     auto* hostPin = dynamic_cast<host::ISch_Pin*>(object);
     if (!hostPin) return nullptr;
     std::string name = hostPin->GetState_Name();
-    std::unique_ptr<dbo::TDboPin> pin;
-    if (name.find("..") != std::string::npos) pin = dbo::Make<dbo::TDboPinBus>(Design);
-    else pin = dbo::Make<dbo::TDboPinScalar>(Design);
+    std::unique_ptr<dbo::TDboPin> pin = NewPinFor(Design, name);
     pin->PinName = name.empty() ? hostPin->GetState_Designator() : name;
     Coord location = hostPin->GetState_Location();
     pin->OffsetX = pin->EndX = ConvertX(location.X);

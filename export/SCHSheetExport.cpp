@@ -33,11 +33,6 @@ int32_t ToMils(int32_t value) {
     return Wrap(platform::RoundHalfEven(mils));
 }
 
-std::string FileNameOf(const std::string& path) {
-    size_t slash = path.find_last_of("/\\");
-    return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
 // The vertices of a wire or bus, from 1.
 std::vector<Coord> VerticesOf(host::ISch_Polygon* line) {
     std::vector<Coord> out;
@@ -160,7 +155,7 @@ TSCHSheetExporter::TSCHSheetExporter(host::IHostApplication& host, dbo::TDboDesi
       PageNames(pageNames),
       Project(project) {
     if (!Page) return;
-    if (Sheet && PageNames) Page->PageName = PageNames->GetUniquePageName("", FileNameOf(Sheet->GetState_DocumentName()));
+    if (Sheet && PageNames) Page->PageName = PageNames->GetUniquePageName("", FileNamePart(Sheet->GetState_DocumentName()));
     ReadPageSize();
     PageTop = (Page->Height - Page->GridVertWidth) / 10;
 }

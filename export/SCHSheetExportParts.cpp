@@ -21,11 +21,6 @@ namespace {
 int32_t Wrap(int64_t value) { return static_cast<int32_t>(static_cast<uint32_t>(value)); }
 int16_t Cut16(int32_t value) { return static_cast<int16_t>(value); }
 
-std::string FileNameOf(const std::string& path) {
-    size_t slash = path.find_last_of("/\\");
-    return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
 int Turn(int32_t value) { return static_cast<int>(((value % 4) + 4) % 4); }
 
 // Where a placed part's record stands relative to the component's location, and its rotation, by
@@ -269,7 +264,7 @@ std::unique_ptr<dbo::TDboObject> TSCHSheetExporter::ExportSheetSymbol(host::ISch
     Coord location = symbol->GetState_Location();
     if (host::ISch_SheetFileName* file = symbol->GetState_SheetFileName()) {
         std::string fullName = ResolveSheetFile(file->GetState_Text());
-        std::string pageName = FileNameOf(fullName);
+        std::string pageName = FileNamePart(fullName);
         if (PageNames) pageName = PageNames->GetUniquePageName("", pageName);
         block->ImplementSheetIdx = block->ImplementFolderIdx = Design->AddString(pageName);
         if (!file->GetState_IsHidden()) AddTextProperty(*block, "Value", fullName, file, location);
@@ -308,9 +303,7 @@ std::unique_ptr<dbo::TDboPin> TSCHSheetExporter::ExportSheetEntry(host::ISch_Bas
     auto* entry = dynamic_cast<host::ISch_SheetEntry*>(object);
     if (!entry) return nullptr;
     std::string name = entry->GetState_Name();
-    std::unique_ptr<dbo::TDboPin> pin;
-    if (name.find("..") != std::string::npos) pin = dbo::Make<dbo::TDboPinBus>(Design);
-    else pin = dbo::Make<dbo::TDboPinScalar>(Design);
+    std::unique_ptr<dbo::TDboPin> pin = NewPinFor(Design, name);
     pin->PinName = name;
     auto* owner = dynamic_cast<host::ISch_SheetSymbol*>(entry->GetState_Container());
     int32_t xs = owner ? owner->GetState_XSize() : 0, ys = owner ? owner->GetState_YSize() : 0;
