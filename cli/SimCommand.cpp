@@ -1,12 +1,14 @@
-// orcadx sim FILE.opj|FILE.sim: the PSpice simulation profiles of an OrCAD project, or one profile
-// file, as the host's simulator would run them: the SPICE text of each profile's analyses and the
-// checks of its setup. The output is SPICE text; what isn't SPICE is a comment line ("*").
+// orcadx sim FILE.opj|FILE.sim|PROJECT.VsProj: the PSpice simulation profiles of an OrCAD project or
+// one profile file, or the profiles that an import stored in a host project, as the host's simulator
+// would run them: the SPICE text of each profile's analyses and the checks of its setup. The output
+// is SPICE text; what isn't SPICE is a comment line ("*").
 #include <algorithm>
 #include <functional>
 #include <iostream>
 #include <map>
 
 #include "cli/Context.h"
+#include "host/HostApplication.h"
 #include "platform/Status.h"
 #include "platform/TextCompare.h"
 #include "pspice/PSpiceProfileImport.h"
@@ -34,14 +36,8 @@ struct ShownProfile {
 ShownProfile FromProfile(const pspice::TPSpiceSimulationProfile& profile) {
     ShownProfile shown;
     shown.settings = std::make_unique<TBaseQsolveNetlistSettings>();
-    TBaseQsolveNetlistSettings& s = *shown.settings;
-    s.SetState_Default();
-    s.OperatingPoint->Active = false;
-    s.Transient->Active = false;
-    profile.Export_ToQsolveSettings(s);
-    s.SimulationName = profile.ProfileName;
-    s.SimulationName.erase(std::remove(s.SimulationName.begin(), s.SimulationName.end(), '"'), s.SimulationName.end());
-    shown.name = s.SimulationName;
+    pspice::MakeProfileSettings(profile, pspice::TGlobalParameterList(), *shown.settings);
+    shown.name = shown.settings->SimulationName;
     shown.source = profile.FileName;
     shown.active = profile.IsActive;
     return shown;
@@ -73,6 +69,35 @@ std::vector<ShownProfile> ProfilesOfProject(const std::string& file, host::ILogS
     return shown;
 }
 
+// The profiles that an import stored in the options of a host project, in the order of their index.
+std::vector<ShownProfile> ProfilesOfHostProject(const std::string& file, host::ILogSection* log) {
+    std::vector<ShownProfile> shown;
+    host::HostApplication app;
+    host::IProject* project = app.OpenProject(file);
+    if (!project) {
+        platform::LogMessage(log, host::kLogError, "Cannot read the project file " + file);
+        return shown;
+    }
+    host::IOptionsStorage* storage = project->GetOptionsStorage();
+    const auto keys = app.OptionKeys(project, pspice::kSimulationProfilesSection);
+    for (const pspice::TStoredSimulationProfile& stored : pspice::ReadStoredProfiles(*storage, keys)) {
+        ShownProfile p;
+        p.name = stored.ProfileName;
+        p.source = file + ", profile " + std::to_string(stored.Index) + " (" + stored.ProfileId + ")";
+        p.active = stored.Active;
+        p.settings = std::make_unique<TBaseQsolveNetlistSettings>();
+        try {
+            p.settings->Import_FromParameters(stored.ConfigParameters);
+        } catch (const std::exception& e) {
+            platform::LogMessage(log, host::kLogError,
+                                 "Stored profile " + std::to_string(stored.Index) + " of " + file + ": " + e.what());
+            continue;
+        }
+        shown.push_back(std::move(p));
+    }
+    return shown;
+}
+
 // Where the settings come from, by the file's extension (any case).
 using ProfileSource = std::function<std::vector<ShownProfile>(const std::string&, host::ILogSection*)>;
 
@@ -80,6 +105,7 @@ const ProfileSource* SourceFor(const std::string& file) {
     static const std::map<std::string, ProfileSource> kSources = {
         {".OPJ", ProfilesOfProject},
         {".SIM", ProfilesOfProfileFile},
+        {".VSPROJ", ProfilesOfHostProject},
     };
     std::string ext = std::filesystem::path(file).extension().string();
     for (char& c : ext) c = platform::FoldUpper(c);
@@ -105,7 +131,8 @@ void Print(ShownProfile& p, bool parameters, std::ostream& out) {
 int Run(const SimOptions& opt) {
     const ProfileSource* source = SourceFor(opt.file);
     if (!source) {
-        std::cerr << "error: " << opt.file << " is no OrCAD project (.opj) or PSpice profile (.sim)\n";
+        std::cerr << "error: " << opt.file
+                  << " is no OrCAD project (.opj), PSpice profile (.sim) or host project (.VsProj)\n";
         return kExitUsage;
     }
     if (!InputExists(opt.file)) return kExitFailed;
@@ -122,9 +149,11 @@ int Run(const SimOptions& opt) {
 
 void AddSimCommand(CLI::App& app) {
     static SimOptions opt;
-    auto* cmd = app.add_subcommand("sim", "Show the simulation profiles of an OrCAD project or a PSpice profile file "
-                                          "as SPICE text, with the checks of their setup");
-    cmd->add_option("file", opt.file, "OrCAD project (.opj) or PSpice simulation profile (.sim)")->required();
+    auto* cmd = app.add_subcommand("sim", "Show the simulation profiles of an OrCAD project, a PSpice profile file or "
+                                          "an imported host project as SPICE text, with the checks of their setup");
+    cmd->add_option("file", opt.file,
+                    "OrCAD project (.opj), PSpice simulation profile (.sim) or host project (.VsProj)")
+        ->required();
     cmd->add_flag("--parameters", opt.parameters, "Also print each profile's settings as the host stores them");
     cmd->callback([] { throw ExitRequest{Run(opt)}; });
 }

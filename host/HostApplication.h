@@ -55,6 +55,9 @@ public:
     // Opens a project file, focused; null when it can't be read.
     IProject* OpenProject(const std::string& path);
     void FocusProject(IProject* project);
+    // The keys of a section of a project's options, in sorted order; none for a project that is
+    // not this host's.
+    std::vector<std::string> OptionKeys(IProject* project, const std::string& section) const;
     // Opens a document file of either kind by its extension (".SchDoc", ".SchLib").
     IServerDocument* OpenDocumentFile(const std::string& path);
     // The schematic document behind a client document.

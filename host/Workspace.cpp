@@ -133,6 +133,13 @@ public:
         WriteValue(section, key, value);
     }
     nlohmann::json ToJson() const { return sections_; }
+    std::vector<std::string> Keys(const std::string& section) const {
+        std::vector<std::string> keys;
+        auto s = sections_.find(section);
+        if (s != sections_.end())
+            for (const auto& [key, value] : s->second) keys.push_back(key);
+        return keys;
+    }
     void FromJson(const nlohmann::json& j) {
         sections_.clear();
         if (!j.is_object()) return;
@@ -177,6 +184,7 @@ public:
         Save();
     }
     IOptionsStorage* GetOptionsStorage() override { return &options_; }
+    const OptionsStore& Options() const { return options_; }
 
     WsDocument* FindDocument(const std::string& path) {
         std::string wanted = NormalizePath(path);
@@ -836,6 +844,11 @@ IProject* HostApplication::OpenProject(const std::string& path) {
     std::string error;
     if (!project->Load(error)) return nullptr;
     return state_->workspace_->AddProject(std::move(project));
+}
+
+std::vector<std::string> HostApplication::OptionKeys(IProject* project, const std::string& section) const {
+    auto* own = dynamic_cast<impl::Project*>(project);
+    return own ? own->Options().Keys(section) : std::vector<std::string>{};
 }
 
 void HostApplication::FocusProject(IProject* project) {

@@ -1,5 +1,6 @@
 // OrCAD project files (".opj") and the PSpice simulation profiles (".sim") they list, read into
-// objects; and a profile's translation into the host's simulation settings.
+// objects; a profile's translation into the host's simulation settings; and the import of a
+// design's profiles into the options of the host project.
 #pragma once
 
 #include <array>
@@ -10,6 +11,11 @@
 
 #include "host/HostInterfaces.h"
 #include "pspice/RT_Qsolve_Settings.h"
+
+namespace orcadx::host {
+class ISch_ServerInterface;
+class ISch_Sheet;
+}  // namespace orcadx::host
 
 namespace orcadx::pspice {
 
@@ -135,5 +141,66 @@ private:
     bool ReadAnalysis(const std::vector<std::string>& lines, const std::string& header, size_t first, size_t last);
     void Error(const std::string& text) const;
 };
+
+// ---- import into the host project ----------------------------------------------------------
+
+// The section of the host project's options that holds the simulation profiles.
+inline constexpr char kSimulationProfilesSection[] = "SimulationProfiles";
+
+// Fills `settings` as the import stores a profile: defaults with a new profile id, neither
+// operating point nor transient unless the profile asks for them, a copy of `globals`, the
+// profile's analyses and options, and its name without double quotes as the simulation name.
+void MakeProfileSettings(const TPSpiceSimulationProfile& profile, const TGlobalParameterList& globals,
+                         TBaseQsolveNetlistSettings& settings);
+
+// Imports the simulation profiles of a Capture design's OrCAD project (the ".opj" beside the design
+// file, of the same name) into the options of the host project, one entry per profile that loads,
+// each with the global parameters that the design's pages carry. Without a project file the global
+// parameters still reach the project's active profile, or a new one.
+class TPSpiceSimulationProfileImportManager {
+public:
+    // `progressRange` units are given for each of the two passes over the profiles. Project,
+    // progress and log may be null.
+    TPSpiceSimulationProfileImportManager(std::string fileName, host::IProject* project,
+                                          host::IHandler_Status* progress, int32_t progressRange,
+                                          host::ILogSection* log);
+
+    std::string FileName;  // the Capture design file
+    host::IProject* Project;
+    host::IHandler_Status* Progress;
+    int32_t ProgressRange;
+    host::ILogSection* Log;  // the run's own section once RunImport has started
+    std::string ProjectFile;  // the ".opj" once found
+    TGlobalParameterList GlobalParameters;
+
+    void AddGlobalParameter(const std::string& name, const std::string& value) {
+        GlobalParameters.AddParameter(name, value);
+    }
+    // Reports to the log and never raises for what the files hold; a failing host call raises
+    // EApiErr.
+    void RunImport();
+
+private:
+    void ImportProfiles(const std::string& active, const TStrings& list);
+    void KeepGlobalParameters();
+    host::IOptionsStorage* Storage() const;
+};
+
+// Takes the simulation parameters that the page carries as parts "PARAM" (library reference of any
+// case): each of their parameters that shows its name goes to `manager`, the last part first, and
+// the parts leave the sheet.
+void ExtractGlobalParams(host::ISch_ServerInterface& server, host::ISch_Sheet& sheet,
+                         TPSpiceSimulationProfileImportManager& manager);
+
+// One profile as the import stored it in the project's options.
+struct TStoredSimulationProfile {
+    int32_t Index = 0;  // of the keys "ProfileId" + index, ...
+    std::string ProfileId, ProfileName, OutputType, ConfigParameters;
+    bool Active = false;  // its id is the section's "ActiveProfile"
+};
+
+// The stored profiles in the order of their index. `keys` are the keys of the section; the numbers
+// behind its "ProfileId" keys give the indexes, which may have gaps.
+std::vector<TStoredSimulationProfile> ReadStoredProfiles(host::IOptionsStorage& storage, const TStrings& keys);
 
 }  // namespace orcadx::pspice

@@ -13,6 +13,8 @@
 #include "dbo/DboLibObjects.h"
 #include "dbo/DboObjects.h"
 #include "dbo/DboViewObjects.h"
+#include "host/HostApplication.h"
+#include "pspice/PSpiceProfileImport.h"
 
 using namespace orcadx;
 using namespace orcadx::test;
@@ -152,7 +154,7 @@ TEST(CommandLine, ExitCodesAndMessagesOfEverySubcommand) {
         {"sim " + Quote(dir / "Empty.opj"), 0, "* No simulation profiles in", ""},
         {"sim " + Quote(dir / "Broken.opj"), 1, "", "error: Failed to load Orcad Project file"},
         {"sim " + Quote(dir / "missing.opj"), 1, "", "error: " + (dir / "missing.opj").string() + " does not exist"},
-        {"sim " + Quote(dir / "Sheet.SchDoc"), 2, "", "is no OrCAD project (.opj) or PSpice profile (.sim)"},
+        {"sim " + Quote(dir / "Sheet.SchDoc"), 2, "", "is no OrCAD project (.opj), PSpice profile (.sim) or host project (.VsProj)"},
         {"sim --bogus " + Quote(dir / "Empty.opj"), 2, "", "The following argument was not expected: --bogus"},
 
         {"", 2, "", "A subcommand is required"},
@@ -269,6 +271,40 @@ TEST(SimCommand, PrintsEveryProfileOfASampleProject) {
     r = RunOrcadx("sim " + Quote(test::CorpusDir() / "onyxpsu" / "OnyxPSU.opj"));
     EXPECT_EQ(r.code, 0);
     EXPECT_NE(r.out.find("* No simulation profiles in "), std::string::npos) << r.out;
+}
+
+// The profiles that an import stored in a host project print back, the global parameters with them.
+TEST(SimCommand, PrintsTheProfilesStoredInAHostProject) {
+    fs::path dir = test::ScratchDir("sim-command-vsproj");
+    std::ofstream(dir / "tran.sim") << "@OrCAD Simulation Server Version: 1.0\n@General:\nProfileName= \"tran\"\n"
+                                       "@End General\n@Analysis: 0 1\n+0 0 0 0\n+0 \"2ms\"\n+1 \"\"\n+2 \"0\"\n+3 \"10u\"\n"
+                                       "+4 \"\"\n+5 \"\"\n+6 \"\"\n@End Analysis\n";
+    std::ofstream(dir / "Design.opj") << "(ExpressProject \"Design\" (Folder \"PSpice Resources\" (Folder \"Simulation "
+                                         "Profiles\" (File.PSpice.{09528990-3187-11D2-BC7B-00A0C90CBF91} \"missing.sim\") "
+                                         "(File.PSpice.{09528990-3187-11D2-BC7B-00A0C90CBF91} \"tran.sim\") "
+                                         "(ActiveProfile \"tran.sim\"))))\n";
+    {
+        host::HostApplication app;
+        host::IProject* project = app.CreateProject((dir / "Design.VsProj").string());
+        app.CreateProject((dir / "Empty.VsProj").string());
+        pspice::TPSpiceSimulationProfileImportManager manager((dir / "Design.DSN").string(), project, nullptr, 10, nullptr);
+        manager.AddGlobalParameter("freq", "1k");
+        manager.RunImport();
+    }
+    Result r = RunOrcadx("sim " + Quote(dir / "Design.VsProj"));
+    EXPECT_EQ(r.code, 0) << r.out << r.err;
+    EXPECT_NE(r.out.find("* Profile \"tran\" (active) - " + (dir / "Design.VsProj").string() + ", profile 1 ("),
+              std::string::npos)
+        << r.out;
+    EXPECT_NE(r.out.find("\n.TRAN 1E-5 0.002 0 1E-5\n"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("\n.PARAM freq=1k\n"), std::string::npos) << r.out;
+    r = RunOrcadx("sim " + Quote(dir / "Empty.VsProj"));
+    EXPECT_EQ(r.code, 0) << r.err;
+    EXPECT_NE(r.out.find("* No simulation profiles in "), std::string::npos) << r.out;
+    std::ofstream(dir / "Broken.VsProj") << "{";
+    r = RunOrcadx("sim " + Quote(dir / "Broken.VsProj"));
+    EXPECT_EQ(r.code, 1);
+    EXPECT_NE(r.err.find("Cannot read the project file " + (dir / "Broken.VsProj").string()), std::string::npos) << r.err;
 }
 
 namespace {

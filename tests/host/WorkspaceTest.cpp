@@ -149,6 +149,9 @@ TEST(HostWorkspace, ProjectsKeepTheirDocumentsAndOptions) {
     EXPECT_EQ(project->GetOptionsStorage()->ReadValue("SimulationProfiles", "ProfileId0", ""), "ABC");
     EXPECT_EQ(project->GetOptionsStorage()->ReadValue("SimulationProfiles", "ConfigParameters0", "").size(), 5000u);
     EXPECT_EQ(project->GetOptionsStorage()->ReadValue("Other", "Key", "gone"), "gone");
+    EXPECT_EQ(app.OptionKeys(project, "SimulationProfiles"),
+              (std::vector<std::string>{"ConfigParameters0", "ProfileId0"}));
+    EXPECT_TRUE(app.OptionKeys(project, "Other").empty());
     // The project file names its documents relative to its folder.
     auto file = nlohmann::json::parse(ReadFile(projectPath));
     EXPECT_EQ(file["documents"][0], "Sheet1.SchDoc");

@@ -4,6 +4,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -38,6 +40,19 @@ inline std::vector<std::string> Messages(const host::LogSection& log) {
     for (const auto& section : log.Sections())
         for (auto& m : Messages(*section)) out.push_back(m);
     return out;
+}
+
+// The analysis sections of a profile file by id, each with its on/off flag, read from the section
+// headers ("@Analysis: id on") on their own.
+inline std::map<int, bool> AnalysesOn(const std::filesystem::path& profile) {
+    static const std::regex header(R"(^@Analysis:\s*(\d+)\s+(\d+))");
+    std::ifstream in(profile);
+    std::map<int, bool> on;
+    std::string line;
+    std::smatch m;
+    while (std::getline(in, line))
+        if (std::regex_search(line, m, header)) on[std::stoi(m[1])] = m[2] != "0";
+    return on;
 }
 
 }  // namespace orcadx::test

@@ -6,6 +6,7 @@
 #include <regex>
 #include <sstream>
 
+#include "PSpiceTestSupport.h"
 #include "TestSupport.h"
 #include "host/HostSupport.h"
 #include "platform/TextCompare.h"
@@ -336,18 +337,11 @@ TEST(ProfileFiles, SampleProjectsAndProfilesRead) {
     EXPECT_EQ(activeOf["trs80_power.opj"], "");
 
     // The on/off flags of the records against the headers of the file, read here on their own.
-    const std::regex header(R"(^@Analysis:\s*(\d+)\s+(\d+))");
     for (const fs::path& sim : test::CorpusFiles({".sim"})) {
         SCOPED_TRACE(sim.string());
         TPSpiceSimulationProfile p(sim.string(), nullptr);
         ASSERT_TRUE(p.Load());
-        std::ifstream in(sim);
-        std::string line;
-        std::map<int, bool> on;
-        while (std::getline(in, line)) {
-            std::smatch m;
-            if (std::regex_search(line, m, header)) on[std::stoi(m[1])] = m[2] != "0";
-        }
+        std::map<int, bool> on = test::AnalysesOn(sim);
         EXPECT_EQ(p.Transient.Enabled, on[0]);
         EXPECT_EQ(p.AC.Enabled, on[1]);
         EXPECT_EQ(p.PrimaryDCSweep.Enabled, on[2]);
