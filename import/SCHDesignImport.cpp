@@ -55,31 +55,6 @@ void AnalyzePages(dbo::TDboDesign& design, exporter::TPageNameManager& names, ho
 
 }  // namespace
 
-// ----- Simulation profiles ------------------------------------------------------------------------
-
-TPendingProfileImport::TPendingProfileImport(const std::string& fileName, host::IProject*, host::IHandler_Status*,
-                                             int32_t, host::ILogSection* log)
-    : FileName(fileName), Log(log) {}
-
-void TPendingProfileImport::AddGlobalParameter(const std::string& name, const std::string& value) {
-    GlobalParameters.emplace_back(name, value);
-}
-
-void TPendingProfileImport::RunImport() {
-    const std::string projectFile = WithExtension(FileName, ".opj");
-    std::string active;
-    pspice::TStrings profiles;
-    pspice::TOrcadProject project(projectFile);
-    if (fs::exists(projectFile) && project.Load()) project.GetProfileFileNames(active, profiles);
-    if (profiles.empty() && GlobalParameters.empty()) return;
-    host::ILogSection* log = platform::AddSubSection(Log, "Importing PSpice Simulation Profiles");
-    for (const auto& profile : profiles)
-        platform::LogMessage(log, host::kLogInfo, "Simulation profile not carried over - " + profile);
-    for (const auto& [name, value] : GlobalParameters)
-        platform::LogMessage(log, host::kLogInfo,
-                             "Global parameter not carried over - " + name + " = " + value);
-}
-
 // ----- Design importer ----------------------------------------------------------------------------
 
 TSCHDesignImporter::TSCHDesignImporter(host::IHostApplication& host, dbo::TDboDesign* design,
@@ -92,7 +67,8 @@ TSCHDesignImporter::TSCHDesignImporter(host::IHostApplication& host, dbo::TDboDe
     ProgressSteps = 7 * q;
     ModelManager = std::make_unique<pspice::TPSpiceModelImportManager>(&host, design->FileName, project, options,
                                                                        status, 2 * q, log);
-    ProfileManager = std::make_unique<TPendingProfileImport>(design->FileName, project, status, q, log);
+    ProfileManager =
+        std::make_unique<pspice::TPSpiceSimulationProfileImportManager>(design->FileName, project, status, q, log);
     RegisterPageNames();
 }
 

@@ -21,24 +21,10 @@ class TDboSchematics;
 
 namespace orcadx::pspice {
 class TPSpiceModelImportManager;
-}
+class TPSpiceSimulationProfileImportManager;
+}  // namespace orcadx::pspice
 
 namespace orcadx::importer {
-
-// The simulation profiles of the design's OrCAD project, with the global parameters that PARAM
-// parts of the pages carry. Until profiles are translated, the run only tells in the log which
-// profiles and parameters were not carried; it says nothing when there is nothing to carry.
-class TPendingProfileImport {
-public:
-    TPendingProfileImport(const std::string& fileName, host::IProject* project, host::IHandler_Status* progress,
-                          int32_t progressRange, host::ILogSection* log);
-    void AddGlobalParameter(const std::string& name, const std::string& value);
-    void RunImport();
-
-    std::string FileName;
-    host::ILogSection* Log = nullptr;
-    std::vector<std::pair<std::string, std::string>> GlobalParameters;
-};
 
 class TSCHDesignImporter : public TSCHImporter {
 public:
@@ -56,7 +42,7 @@ public:
     std::string Folder;
     host::IProject* Project = nullptr;
     std::unique_ptr<pspice::TPSpiceModelImportManager> ModelManager;
-    std::unique_ptr<TPendingProfileImport> ProfileManager;
+    std::unique_ptr<pspice::TPSpiceSimulationProfileImportManager> ProfileManager;
     bool TemplatesImported = false;
 
     // Imports every page (views and pages sorted), the intermediate sheets, the models, and the

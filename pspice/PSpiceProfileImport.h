@@ -12,11 +12,6 @@
 #include "host/HostInterfaces.h"
 #include "pspice/RT_Qsolve_Settings.h"
 
-namespace orcadx::host {
-class ISch_ServerInterface;
-class ISch_Sheet;
-}  // namespace orcadx::host
-
 namespace orcadx::pspice {
 
 // One parenthesised field of a project file: "(Name value value (sub-field) ...)".
@@ -185,12 +180,6 @@ private:
     void KeepGlobalParameters();
     host::IOptionsStorage* Storage() const;
 };
-
-// Takes the simulation parameters that the page carries as parts "PARAM" (library reference of any
-// case): each of their parameters that shows its name goes to `manager`, the last part first, and
-// the parts leave the sheet.
-void ExtractGlobalParams(host::ISch_ServerInterface& server, host::ISch_Sheet& sheet,
-                         TPSpiceSimulationProfileImportManager& manager);
 
 // One profile as the import stored it in the project's options.
 struct TStoredSimulationProfile {

@@ -1,10 +1,8 @@
-// The import of a design's simulation profiles into the options of the host project, and the global
+// The import of a design's simulation profiles into the options of the host project, with the global
 // parameters that the design's pages carry.
 #include <algorithm>
 #include <filesystem>
 
-#include "host/SchInterfaces.h"
-#include "import/HostIteration.h"
 #include "platform/Status.h"
 #include "platform/TextCompare.h"
 #include "platform/TextFiles.h"
@@ -131,6 +129,12 @@ void TPSpiceSimulationProfileImportManager::ImportProfiles(const std::string& ac
         if (profile->IsActive) storage->WriteValue(kSimulationProfilesSection, "ActiveProfile", settings.ProfileId);
         storing.Step(static_cast<int64_t>(i + 1));
     }
+    // With no profile to hold them, the design's global parameters are not kept: say which.
+    if (std::none_of(profiles.begin(), profiles.end(), [](const auto& p) { return p != nullptr; }))
+        for (size_t i = 0; i < GlobalParameters.Count(); ++i)
+            platform::LogMessage(Log, host::kLogWarning,
+                                 "Global parameter not carried over - " + GlobalParameters.GetParameter(i).Name + " = " +
+                                     GlobalParameters.GetParameter(i).Value);
 }
 
 // Without a project file, the global parameters of the design still reach the host project: into
@@ -172,23 +176,6 @@ void TPSpiceSimulationProfileImportManager::KeepGlobalParameters() {
         }
         GlobalParameters.CopyTo(settings.GlobalParameters);
         storage->WriteLongValue(kSimulationProfilesSection, Key("ConfigParameters", i), settings.Export_ToParameters());
-    }
-}
-
-// ---- global parameters of the pages ----------------------------------------------------------
-
-void ExtractGlobalParams(host::ISch_ServerInterface& server, host::ISch_Sheet& sheet,
-                         TPSpiceSimulationProfileImportManager& manager) {
-    std::vector<host::ISch_Component*> parts;
-    for (host::ISch_Component* component : importer::CollectObjects<host::ISch_Component>(&sheet, {host::eSchComponent}))
-        if (platform::SameTextNoCase(component->GetState_LibReference(), "PARAM")) parts.push_back(component);
-    for (auto it = parts.rbegin(); it != parts.rend(); ++it) {
-        host::ISch_Component* part = *it;
-        for (host::ISch_Parameter* parameter : importer::CollectObjects<host::ISch_Parameter>(part, {host::eParameter}))
-            if (parameter->GetState_ShowName())
-                manager.AddGlobalParameter(parameter->GetState_Name(), parameter->GetState_Text());
-        sheet.RemoveSchObject(part);
-        server.DestroySchObject(part);
     }
 }
 

@@ -7,9 +7,11 @@
 
 #include "../TestSupport.h"
 #include "PSpiceTestSupport.h"
-#include "host/ClientServices.h"
+#include "dbo/DboDesign.h"
 #include "host/HostApplication.h"
-#include "host/SchInterfaces.h"
+#include "import/SCHDesignImport.h"
+#include "import/SCHLibraryImport.h"
+#include "platform/TextFiles.h"
 #include "pspice/PSpiceProfileImport.h"
 
 namespace orcadx::pspice {
@@ -257,41 +259,6 @@ TEST_F(ProfileImport, WithoutAProjectFileTheGlobalParametersStillArrive) {
     EXPECT_NE(errors[1].find("Cannot read the stored simulation profile ACTIVEID"), std::string::npos) << errors[1];
 }
 
-// PARAM parts of a sheet give their parameters that show their names, the last part first, and
-// leave the sheet; other parts stay.
-TEST_F(ProfileImport, ParamPartsOfASheetBecomeGlobalParameters) {
-    const std::string path = (dir / "Sheet.SchDoc").string();
-    host::OpenOrCreateDocument(app, path, "SCH", "BINARY", true);
-    auto* sheet = dynamic_cast<host::ISch_Sheet*>(app.SchServer()->GetSchDocumentByPath(path));
-    ASSERT_NE(sheet, nullptr);
-    auto part = [&](const std::string& libReference,
-                    const std::vector<std::tuple<std::string, std::string, bool>>& parameters) {
-        auto* c = dynamic_cast<host::ISch_Component*>(app.SchServer()->CreateSchObject(host::eSchComponent, 0));
-        c->SetState_LibReference(libReference);
-        for (const auto& [name, text, showName] : parameters) {
-            auto* p = dynamic_cast<host::ISch_Parameter*>(app.SchServer()->CreateSchObject(host::eParameter, 0));
-            p->SetState_Name(name);
-            p->SetState_Text(text);
-            p->SetState_ShowName(showName);
-            c->AddSchObject(p);
-        }
-        sheet->AddSchObject(c);
-        return c;
-    };
-    part("param", {{"freq", "1k", true}, {"Value", "PARAM", false}, {"amp", "2", true}});
-    part("RES", {{"R", "10k", true}});
-    part("PARAM", {{"freq", "2k", true}});
-    TPSpiceSimulationProfileImportManager manager(path, project, nullptr, 10, nullptr);
-    ExtractGlobalParams(*app.SchServer(), *sheet, manager);
-    EXPECT_EQ(Globals(manager.GlobalParameters),
-              (std::vector<std::pair<std::string, std::string>>{{"freq", "2k"}, {"freq", "1k"}, {"amp", "2"}}));
-    std::vector<std::string> left;
-    auto it = sheet->SchIterator_Create({host::eSchComponent}, host::eIterateFirstLevel);
-    for (auto* o = it->FirstSchObject(); o; o = it->NextSchObject())
-        left.push_back(dynamic_cast<host::ISch_Component*>(o)->GetState_LibReference());
-    EXPECT_EQ(left, std::vector<std::string>{"RES"});
-}
-
 // Stored profiles read back by index; keys that no index makes are passed over.
 TEST_F(ProfileImport, StoredProfilesReadBackInIndexOrder) {
     for (const char* key : {"ProfileId10", "ProfileId2", "ProfileId02", "ProfileIdX", "ProfileId"})
@@ -363,6 +330,95 @@ TEST_F(ProfileImport, SampleProjectsStoreEveryProfile) {
     }
     // Series-Regulator lists profiles that the sample set doesn't carry.
     EXPECT_EQ(projectsWithProfiles, 6u);
+    EXPECT_EQ(storedProfiles, 16u);
+}
+
+// The whole design import of every sample design that has an OrCAD project with profiles: one
+// stored profile per profile file that the sample set carries, the active one as the project file
+// says, each reading back to the analyses of its file; the parameters of the pages' PARAM parts in
+// every profile; what a profile holds that the host can't do logged under the profile's name.
+TEST(DesignProfileImport, SampleDesignsStoreTheirProfilesWithTheGlobalParametersOfTheirPages) {
+    ORCADX_REQUIRE_CORPUS();
+    // A global parameter that the PARAM parts of a design's pages carry; the other designs' PARAM
+    // parts (the library has them) show no parameter names, or stand on no page.
+    const std::map<std::string, std::string> kGlobalOf = {{"lab10comm.opj", "freqtest"},
+                                                          {"P1_Olteanu_Rares.opj", "R_LOAD"}};
+    size_t designs = 0, storedProfiles = 0;
+    for (const fs::path& opj : test::CorpusFiles({".opj"})) {
+        TOrcadProject orcad(opj.string());
+        std::string active;
+        TStrings files;
+        if (!orcad.Load() || !orcad.GetProfileFileNames(active, files)) continue;
+        const fs::path dsn = platform::FindFileNoCase(fs::path(opj).replace_extension(".dsn").string());
+        if (!fs::exists(dsn)) continue;
+        SCOPED_TRACE(dsn.string());
+        ++designs;
+        fs::path folder = test::ScratchDir("design-profiles-" + opj.stem().string());
+        host::HostOptions options = Options(11);
+        options.SettingsFolder = (folder / "settings").string();
+        options.TemplatesFolder = (folder / "templates").string();
+        host::HostApplication app(options);
+        app.StartSchServer();
+        host::IProject* project = app.CreateProject((folder / (opj.stem().string() + ".VsProj")).string());
+        host::LogSection log;
+        host::ImporterOptions importOptions;
+        dbo::TDboDesign design(dsn.string(), nullptr, 100, &log);
+        ASSERT_TRUE(design.Load(false));
+        bool templates = false;
+        std::string library = importer::ImportLibrary(app, design, &importOptions, nullptr, 100, &log,
+                                                      folder.string(), project, false, templates);
+        templates = false;
+        importer::ImportDesign(app, design, library, &importOptions, nullptr, 100, &log, folder.string(), project,
+                               templates);
+        ASSERT_TRUE(templates) << "a PSpice design imports its templates, and so its profiles";
+
+        auto stored = ReadStoredProfiles(*project->GetOptionsStorage(), app.OptionKeys(project, kSimulationProfilesSection));
+        std::map<int32_t, const TStoredSimulationProfile*> byIndex;
+        for (const auto& s : stored) byIndex[s.Index] = &s;
+        std::vector<std::string> names;
+        std::vector<std::pair<std::string, std::string>> firstGlobals;
+        for (size_t i = 0; i < files.size(); ++i) {
+            SCOPED_TRACE(files[i]);
+            const bool carried = fs::exists(files[i]);
+            ASSERT_EQ(byIndex.count(static_cast<int32_t>(i)), carried ? 1u : 0u);
+            if (!carried) continue;
+            const TStoredSimulationProfile& s = *byIndex[static_cast<int32_t>(i)];
+            ++storedProfiles;
+            names.push_back("\"" + s.ProfileName + "\"");
+            EXPECT_EQ(s.Active, files[i] == active);
+            EXPECT_EQ(s.OutputType, "QsolveNetlist");
+            std::map<int, bool> on = test::AnalysesOn(files[i]);
+            auto settings = ReadBack(s.ConfigParameters);
+            EXPECT_EQ(settings->SimulationName, fs::path(files[i]).stem().string());
+            EXPECT_EQ(settings->Transient->Active, on[0]);
+            EXPECT_EQ(settings->AC->Active, on[1]);
+            EXPECT_EQ(settings->DCSweep->Active, on[2]);
+            EXPECT_EQ(settings->OperatingPoint->Active, on[3]);
+            EXPECT_EQ(settings->MonteCarlo->Active, on[4]);
+            EXPECT_EQ(settings->ParameterSweep->Active || settings->TemperatureSweep->Active, on[5] || on[6]);
+            EXPECT_FALSE(settings->PoleZero->Active);
+            auto globals = Globals(settings->GlobalParameters);
+            if (firstGlobals.empty()) firstGlobals = globals;
+            EXPECT_EQ(globals, firstGlobals) << "every profile has the same global parameters";
+            auto expected = kGlobalOf.find(opj.filename().string());
+            if (expected != kGlobalOf.end())
+                EXPECT_NE(settings->GlobalParameters.GetParameterByName(expected->second), nullptr)
+                    << expected->second << " " << ::testing::PrintToString(globals);
+            else
+                EXPECT_TRUE(globals.empty());
+        }
+        EXPECT_EQ(stored.size(), byIndex.size());
+        // Every message of what the host can't do ends with the name of a stored profile.
+        for (const std::string& error : log.AllMessages(host::kLogError)) {
+            if (error.find("not possible in Vantor Studio - ") == std::string::npos &&
+                error.find("settings ignored - ") == std::string::npos)
+                continue;
+            EXPECT_TRUE(std::any_of(names.begin(), names.end(),
+                                    [&](const std::string& name) { return error.ends_with(" - " + name); }))
+                << error;
+        }
+    }
+    EXPECT_EQ(designs, 6u);
     EXPECT_EQ(storedProfiles, 16u);
 }
 
