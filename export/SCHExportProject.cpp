@@ -32,7 +32,7 @@ struct TSCHProjectExporter::SheetSlot {
     host::ISch_Document* Sheet = nullptr;
     std::unique_ptr<dbo::TDboPage> OwnedPage;  // until the page joins its view
     dbo::TDboPage* Page = nullptr;
-    std::unique_ptr<TSCHExporter> Exporter;
+    std::unique_ptr<TSCHSheetExporter> Exporter;
 };
 
 TSCHProjectExporter::TSCHProjectExporter(host::IHostApplication& host, dbo::TDboDesign* design,
@@ -44,9 +44,7 @@ TSCHProjectExporter::TSCHProjectExporter(host::IHostApplication& host, dbo::TDbo
 
 TSCHProjectExporter::~TSCHProjectExporter() = default;
 
-TSCHExporter* TSCHProjectExporter::GetSheetExporter(int index) const { return sheets_.at(index)->Exporter.get(); }
-dbo::TDboPage* TSCHProjectExporter::GetSheetPage(int index) const { return sheets_.at(index)->Page; }
-host::ISch_Document* TSCHProjectExporter::GetSheet(int index) const { return sheets_.at(index)->Sheet; }
+TSCHSheetExporter* TSCHProjectExporter::GetSheetExporter(int index) const { return sheets_.at(index)->Exporter.get(); }
 
 void TSCHProjectExporter::RunExport() {
     if (!Project || Project->GetDocumentCount() <= 0) return;
@@ -78,7 +76,9 @@ void TSCHProjectExporter::CreateSheetExporters() {
         slot->Sheet = sheet;
         slot->OwnedPage = std::make_unique<dbo::TDboPage>(Design);
         slot->Page = slot->OwnedPage.get();
-        slot->Page->PageName = PageNames.GetUniquePageName("", FileNameOf(sheet->GetState_DocumentName()));
+        // Names the page and sizes it; the page is filled once every page has its name.
+        slot->Exporter =
+            std::make_unique<TSCHSheetExporter>(Host, Design, slot->Page, sheet, document, &PageNames, Project);
         sheets_.push_back(std::move(slot));
     }
 }
@@ -130,7 +130,7 @@ void TSCHProjectExporter::FillViews() {
         TStringList* values = ViewMap.SectionList(i);
         for (int v = 0; v < values->Count(); ++v) {
             auto* slot = values->ObjectAs<SheetSlot>(v);
-            if (slot->Exporter) slot->Exporter->RunExport();
+            slot->Exporter->RunExport();
             if (top && platform::SameTextNoCase(topPath, slot->Sheet->GetState_DocumentName()))
                 Design->Lib->RootViewName = values->Strings(v);
             view->AddPage(std::move(slot->OwnedPage));

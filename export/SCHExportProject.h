@@ -12,6 +12,7 @@
 #include "export/Manage_PageNames.h"
 #include "export/SCHCacheLibraryBuilder.h"
 #include "export/SCHExport.h"
+#include "export/SCHSheetExport.h"
 #include "export/StringMap.h"
 
 namespace orcadx::dbo {
@@ -37,11 +38,7 @@ public:
 
     // One per sheet of the project that the schematic server has open, in document order.
     int SheetExporterCount() const { return static_cast<int>(sheets_.size()); }
-    TSCHExporter* GetSheetExporter(int index) const;
-    // The page of sheet exporter `index`: owned here until the views are filled, then by the design.
-    dbo::TDboPage* GetSheetPage(int index) const;
-    // The sheet of exporter `index`.
-    host::ISch_Document* GetSheet(int index) const;
+    TSCHSheetExporter* GetSheetExporter(int index) const;
 
     // Sections are the Capture views, values the page names with the sheet's index as object.
     TStringMap ViewMap;
