@@ -22,6 +22,7 @@
 #include "host/HostSupport.h"
 #include "host/SchObjects.h"
 #include "import/Manage_FontTable.h"
+#include "import/SCHDesignImport.h"
 #include "import/SCHLibraryImport.h"
 #include "import/SCHPageDocument.h"
 #include "platform/TextCompare.h"
@@ -181,6 +182,40 @@ bool MovedOntoGrid(const std::string& lost, const std::string& gained) {
     return moved && a == end && b == end;
 }
 
+// True when `gained` is the part `lost` as the rules give it back; the rules applied go to
+// `reasons`. A library component is written with its drawing moved to the top left corner of its
+// extents, so the part's origin moves with it while its pins stay; a library reference is written
+// in its legal form; the designator of a part of a multi-part component is written with its part
+// letter, which the import keeps.
+bool PartPair(const std::string& lost, const std::string& gained, std::vector<std::string>& reasons) {
+    static const std::regex part(R"(^part (\S*) ref (.*) value (.*) part (\d+) at \((-?\d+),(-?\d+)\)(.*)$)");
+    // A pin of length 0 has no direction in a Capture file: the import gives it one.
+    static const std::regex zeroPin(R"(/\d/0\b)");
+    std::smatch a, b;
+    if (!std::regex_match(lost, a, part) || !std::regex_match(gained, b, part)) return false;
+    if (a[3] != b[3] || a[4] != b[4]) return false;
+    reasons.clear();
+    if (a[7] != b[7]) {
+        if (std::regex_replace(a[7].str(), zeroPin, "/0") != std::regex_replace(b[7].str(), zeroPin, "/0")) return false;
+        reasons.push_back("a pin of length 0 has no direction in a Capture file");
+    }
+    if (a[5] != b[5] || a[6] != b[6]) reasons.push_back("a part's origin moves to the corner of its drawing, its pins stay");
+    if (a[2] != b[2]) {
+        if (exporter::LegalName(a[2]) != b[2].str()) return false;
+        reasons.push_back("a library reference is written in its legal form");
+    }
+    if (a[1] != b[1]) {
+        char letter = static_cast<char>(64 + std::stoi(a[4]));
+        if (b[1].str() == a[1].str() + letter)
+            reasons.push_back("a part of a multi-part component comes back with its letter in the designator");
+        else if (platform::SameTextNoCase(a[1].str(), b[1].str()))
+            reasons.push_back("texts that differ only in case share the string stored first");
+        else
+            return false;
+    }
+    return true;
+}
+
 template <class Set>
 void CompareSets(const std::string& where, const std::string& what, const Set& first, const Set& second, Findings& f) {
     Set onlyFirst, onlySecond;
@@ -210,6 +245,30 @@ void CompareSets(const std::string& where, const std::string& what, const Set& f
         static const std::regex at(R"( at \(-?\d+,-?\d+\))");
         return a.rfind("title block ", 0) == 0 && std::regex_replace(a, at, "") == std::regex_replace(b, at, "");
     });
+    // Parts: see PartPair.
+    for (auto it = onlyFirst.begin(); it != onlyFirst.end();) {
+        std::vector<std::string> reasons;
+        auto match = std::find_if(onlySecond.begin(), onlySecond.end(),
+                                  [&](const std::string& t) { return PartPair(*it, t, reasons); });
+        if (match == onlySecond.end()) {
+            ++it;
+            continue;
+        }
+        for (const std::string& r : reasons) ++f.explained[r];
+        onlySecond.erase(match);
+        it = onlyFirst.erase(it);
+    }
+    // A net named after a pin takes the designator the part comes back with.
+    pair("a net named after a pin of a multi-part component takes the part letter", [](const std::string& a, const std::string& b) {
+        static const std::regex letter(R"(^(net Net.*)[A-Z](_[^ ]+ over .*)$)");
+        return a.rfind("net Net", 0) == 0 && std::regex_replace(b, letter, "$1$2") == a;
+    });
+    // The shown file name of a sheet symbol is written as the full path of the project's document
+    // it resolves to.
+    pair("a sheet symbol's file name comes back as the path of its document", [](const std::string& a, const std::string& b) {
+        static const std::regex folder(R"( file /(?:[^/\[]*/)*)");
+        return a.rfind("sheet symbol ", 0) == 0 && a != b && std::regex_replace(b, folder, " file ") == a;
+    });
     pair("texts that differ only in case share the string stored first",
          [](const std::string& a, const std::string& b) { return a != b && platform::SameTextNoCase(a, b); });
     for (const auto& t : onlyFirst) f.Unexplained(where + ": " + what + " lost: " + t);
@@ -223,7 +282,7 @@ void CompareSets(const std::string& where, const std::string& what, const Set& f
     }
 }
 
-// One host with a project in its own folder, into which every page of a design imports.
+// One host with a project in its own folder, into which a design imports whole.
 struct ImportedProject {
     ImportedProject(const std::filesystem::path& folder, const std::filesystem::path& file)
         : folder(folder), app(HostIn(folder)), design(file.string(), nullptr, 0, nullptr) {
@@ -232,17 +291,18 @@ struct ImportedProject {
         importer::FontTableManager().Clear();
         project = app.CreateProject((folder / (file.stem().string() + ".VsProj")).string());
         if (!design.Load(false)) throw std::runtime_error("cannot load " + file.string());
-        std::vector<std::pair<std::string, dbo::TDboPage*>> pages;
-        for (int v = 0; v < design.ViewCount(); ++v)
-            for (auto& page : design.GetViews(v)->Pages) pages.emplace_back(design.GetViews(v)->ViewName, page.get());
-        for (auto& [view, page] : pages) names.GetUniquePageName(view, page->PageName);
         bool templates = false;
         std::string library = importer::ImportLibrary(app, design, &options, nullptr, 100, &log, folder.string(), project,
                                                       false, templates);
-        for (auto& [view, page] : pages)
-            if (ISch_Document* sheet =
-                    importer::ImportPage(app, design, library, &options, &log, folder.string(), project, names, view, *page))
-                sheets[std::filesystem::path(sheet->GetState_DocumentName()).filename().string()] = sheet;
+        importer::ImportDesign(app, design, library, &options, nullptr, 100, &log, folder.string(), project, templates);
+        if (!library.empty()) importer::RemoveExtentParameters(app, library);
+        for (int32_t i = 0; i < project->GetDocumentCount(); ++i) {
+            IDocument* document = project->GetDocument(i);
+            if (document->GetDocumentKind() != "SCH") continue;
+            ISch_Document* sheet = app.SchServer()->GetSchDocumentByPath(document->GetFullPath());
+            if (!sheet) sheet = app.SchDocumentOf(app.OpenDocumentFile(document->GetFullPath()));
+            if (sheet) sheets[document->GetFileName()] = sheet;
+        }
     }
 
     std::filesystem::path folder;
@@ -251,7 +311,6 @@ struct ImportedProject {
     IProject* project = nullptr;
     ImporterOptions options;
     LogSection log;
-    exporter::TPageNameManager names;
     std::map<std::string, ISch_Document*> sheets;  // by file name
 };
 
