@@ -359,21 +359,6 @@ void Report(const Findings& f) {
 
 class DesignRoundTrip : public ::testing::TestWithParam<std::string> {};
 
-// The sample designs, by path below the corpus; one empty name when there are none, which skips.
-std::vector<std::string> SampleDesigns() {
-    std::vector<std::string> names;
-    for (const auto& file : test::CorpusFiles({".dsn"}))
-        names.push_back(std::filesystem::relative(file, test::CorpusDir()).string());
-    if (names.empty()) names.push_back("");
-    return names;
-}
-
-std::string TestName(const ::testing::TestParamInfo<std::string>& info) {
-    std::string name = std::to_string(info.index) + "_";
-    for (char c : info.param) name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
-    return name;
-}
-
 }  // namespace
 
 // The sample design of examples/, every page.
@@ -386,10 +371,10 @@ TEST(DesignRoundTripExample, EveryPageComesBackWithItsObjectsAndNets) {
 
 TEST_P(DesignRoundTrip, EveryPageComesBackWithItsObjectsAndNets) {
     if (GetParam().empty()) GTEST_SKIP() << "sample files not found at " << test::CorpusDir();
-    std::string scratch = "export-design-round-trip-" + TestName({GetParam(), 0});
+    std::string scratch = "export-design-round-trip-" + test::SampleTestName({GetParam(), 0});
     Findings f;
     RunRoundTrip(test::CorpusDir() / GetParam(), test::ScratchDir(scratch), f);
     Report(f);
 }
 
-INSTANTIATE_TEST_SUITE_P(Sample, DesignRoundTrip, ::testing::ValuesIn(SampleDesigns()), TestName);
+INSTANTIATE_TEST_SUITE_P(Sample, DesignRoundTrip, ::testing::ValuesIn(test::SampleFiles(".dsn")), test::SampleTestName);

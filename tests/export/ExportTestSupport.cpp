@@ -7,6 +7,20 @@
 
 namespace orcadx::test {
 
+std::vector<std::string> SampleFiles(const std::string& extension) {
+    std::vector<std::string> names;
+    for (const auto& file : CorpusFiles({extension}))
+        names.push_back(std::filesystem::relative(file, CorpusDir()).string());
+    if (names.empty()) names.push_back("");
+    return names;
+}
+
+std::string SampleTestName(const ::testing::TestParamInfo<std::string>& info) {
+    std::string name = std::to_string(info.index) + "_";
+    for (char c : info.param) name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
+    return name;
+}
+
 void ExportFixture::SetUp() {
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
     std::string name = std::string("export-") + info->test_suite_name() + "-" + info->name();

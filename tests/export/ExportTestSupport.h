@@ -7,12 +7,19 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "TestSupport.h"
 #include "dbo/DboDesign.h"
 #include "host/HostApplication.h"
 
 namespace orcadx::test {
+
+// The sample files of one extension (".olb", ".dsn", any case), by path below the corpus; one
+// empty name when there are none, which the test skips.
+std::vector<std::string> SampleFiles(const std::string& extension);
+// A test's name from its index and its sample file's path.
+std::string SampleTestName(const ::testing::TestParamInfo<std::string>& info);
 
 constexpr int32_t Unit(double captureUnits) { return static_cast<int32_t>(captureUnits * 100000); }
 

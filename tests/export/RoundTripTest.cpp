@@ -705,21 +705,6 @@ protected:
     }
 };
 
-// The sample libraries, by path below the corpus; one empty name when there are none, which skips.
-std::vector<std::string> SampleLibraries() {
-    std::vector<std::string> names;
-    for (const auto& file : test::CorpusFiles({".olb"}))
-        names.push_back(std::filesystem::relative(file, test::CorpusDir()).string());
-    if (names.empty()) names.push_back("");
-    return names;
-}
-
-std::string TestName(const ::testing::TestParamInfo<std::string>& info) {
-    std::string name = std::to_string(info.index) + "_";
-    for (char c : info.param) name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
-    return name;
-}
-
 }  // namespace
 
 TEST_P(RoundTrip, ComesBackWithItsPartsPinsAndDrawings) {
@@ -757,4 +742,4 @@ TEST_P(RoundTrip, ComesBackWithItsPartsPinsAndDrawings) {
                                       << list.str();
 }
 
-INSTANTIATE_TEST_SUITE_P(Sample, RoundTrip, ::testing::ValuesIn(SampleLibraries()), TestName);
+INSTANTIATE_TEST_SUITE_P(Sample, RoundTrip, ::testing::ValuesIn(test::SampleFiles(".olb")), test::SampleTestName);
