@@ -50,7 +50,8 @@ struct ImportedProject {
             host::IDocument* document = project->GetDocument(i);
             if (document->GetDocumentKind() != "SCH") continue;
             ++sheets;
-            if (host::ISch_Document* sheet = app.SchServer()->GetSchDocumentByPath(document->GetFullPath()))
+            // Open, as a user's project is open in the host.
+            if (host::ISch_Document* sheet = app.SchDocumentOf(app.OpenDocumentFile(document->GetFullPath())))
                 objects += CountObjects(host::impl::CoreOf(sheet));
         }
     }
