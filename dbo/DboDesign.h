@@ -42,6 +42,9 @@ public:
     // When set, a Load that succeeds leaves Storage open (read only), for a caller that looks at
     // the file's storages afterwards without opening it again.
     bool KeepStorage = false;
+    // When set, a page whose stream can't be read is left out of its view, with an error in the
+    // load messages, and the load goes on; otherwise its failure ends the load.
+    bool SkipDamagedPages = false;
 
     void GetLibPath(std::string& path) const override;
     bool Load(bool headerOnly) override;

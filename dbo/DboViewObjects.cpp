@@ -3,10 +3,12 @@
 #include <fmt/format.h>
 
 #include "dbo/DboBaseDesign.h"
+#include "dbo/DboDesign.h"
 #include "dbo/DboGraphicObjects.h"
 #include "dbo/DboHierarchyObjects.h"
 #include "dbo/DboObjects.h"
 #include "host/HostInterfaces.h"
+#include "platform/Status.h"
 
 namespace orcadx::dbo {
 
@@ -200,6 +202,9 @@ void TDboSchematics::LoadPages(TDboIStorage& viewStorage) {
     } catch (...) {
         RethrowWithPlace(fmt::format("view \"{}\"", ViewName));
     }
+    auto* design = dynamic_cast<TDboDesign*>(Design);
+    const bool skipDamaged = design && design->SkipDamagedPages;
+    bool lost = false;
     TRepeatedNames repeated;
     std::vector<std::string> loaded;
     loaded.reserve(PageNames.size());
@@ -208,21 +213,30 @@ void TDboSchematics::LoadPages(TDboIStorage& viewStorage) {
         if (!repeated.Claim(stored.empty() ? name : stored, name)) continue;
         std::unique_ptr<TDboIStream> s;
         const std::string where = fmt::format("page \"{}\" of view \"{}\"", name, ViewName);
-        try {
-            pages->OpenStreamSafe(name, s);
-        } catch (...) {
-            RethrowWithPlace(where);
-        }
         auto page = Make<TDboPage>(Design);
-        // A failure keeps its kind and message and is told where in the file it happened.
-        LoadInStream(where, *s, [&] { page->Load(*s); });
+        try {
+            try {
+                pages->OpenStreamSafe(name, s);
+            } catch (...) {
+                RethrowWithPlace(where);
+            }
+            // A failure keeps its kind and message and is told where in the file it happened.
+            LoadInStream(where, *s, [&] { page->Load(*s); });
+        } catch (const std::exception& e) {
+            // A damaged page costs that page only, when the caller asks for it.
+            if (!skipDamaged) throw;
+            platform::LogMessage(design->LogSection, host::kLogError,
+                                 fmt::format("Page \"{}\" of view \"{}\" was lost: {}", name, ViewName, e.what()));
+            lost = true;
+            continue;
+        }
         Pages.push_back(std::move(page));
         loaded.push_back(name);
     }
-    if (repeated.Empty()) return;
-    // The names stay parallel to the pages.
+    // The names stay parallel to the pages: a lost page or a repeated name leaves the list.
+    if (repeated.Empty() && !lost) return;
     PageNames = std::move(loaded);
-    if (Design)
+    if (Design && !repeated.Empty())
         repeated.Report([&](const std::string& name, int times) {
             Design->LoadMessage(host::kLogWarning,
                                 fmt::format("Page \"{}\" is named {} times in the page list of view \"{}\"; it is "

@@ -172,6 +172,8 @@ void ImportDesignFile(host::IHostApplication& app, const std::string& fileName, 
         NotifyStart(app, Project);
         status.Begin();
         design = std::make_unique<dbo::TDboDesign>(fileName, Status, 100, Log);
+        // A page that can't be read costs that page only: the others still make the project.
+        design->SkipDamagedPages = true;
         status.Range(300);
         if (design->Load(false)) {
             bool libraryTemplates = false;

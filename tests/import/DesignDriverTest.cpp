@@ -124,4 +124,23 @@ TEST_F(DesignDriverTest, FailuresEndInTheLogAndAMissingFileDoesNothing) {
     EXPECT_EQ(log2.AllMessages(kLogError).size(), 1u);
 }
 
+TEST_F(DesignDriverTest, ADamagedPageCostsThatPageOnly) {
+    const fs::path damaged = folder / "damaged.DSN";
+    CopyCompoundFile(SampleDesign(), damaged, "", [](const std::string& path, std::vector<uint8_t>& bytes) {
+        if (path == "Views/SCHEMATIC2/Pages/VREF_TEST") bytes.resize(bytes.size() / 2);
+    });
+    Import(damaged, folder / "out");
+    auto files = ProjectFiles();
+    for (const char* page : {"FINAL.SchDoc", "ERS_Complet.SchDoc", "BUCLA_DESCHISA.SchDoc"})
+        EXPECT_TRUE(Has(files, page)) << page;
+    EXPECT_FALSE(Has(files, "VREF_TEST.SchDoc"));
+    EXPECT_FALSE(fs::exists(folder / "out" / "VREF_TEST.SchDoc"));
+    auto errors = ErrorsBesideMissingModels(log);
+    ASSERT_EQ(errors.size(), 3u);
+    EXPECT_EQ(errors[0].rfind("Page \"VREF_TEST\" of view \"SCHEMATIC2\" was lost: ", 0), 0u) << errors[0];
+    EXPECT_NE(errors[0].find("VREF_TEST"), std::string::npos);
+    EXPECT_TRUE(Has(app.AnalyticsLog(), "SetBooleanValue Importers OrCAD.SCH.Success true"));
+    EXPECT_TRUE(Has(app.AnalyticsLog(), "SetIntegerValue Importers OrCAD.SCH.Project.Count.Files.SCH 3"));
+}
+
 }  // namespace orcadx::test
