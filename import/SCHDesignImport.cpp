@@ -134,6 +134,7 @@ void TSCHDesignImporter::ExtractGlobalParams(host::ISch_Sheet* sheet) {
 
 void TSCHDesignImporter::UpdateSheetSymbols(const std::string& folder, const std::vector<host::ISch_Document*>& documents) {
     for (host::ISch_Document* document : documents) {
+        bool changed = false;
         for (auto* symbol : CollectObjects<host::ISch_SheetSymbol>(document, {host::eSheetSymbol})) {
             host::ISch_SheetFileName* fileName = symbol->GetState_SheetFileName();
             if (!fileName) continue;
@@ -167,7 +168,13 @@ void TSCHDesignImporter::UpdateSheetSymbols(const std::string& folder, const std
             CreateIntermediateSheet(name, symbol, listed);
             if (Project) Project->AddSourceDocument(name);
             fileName->SetState_Text(FileNameOf(name));
+            changed = true;
         }
+        // The sheet was saved before; closing it doesn't save, so it is saved again with the
+        // symbols that now name their intermediate sheets.
+        if (changed)
+            if (host::IServerDocument* server = Host.Client() ? Host.Client()->GetDocumentByPath(document->GetState_DocumentName()) : nullptr)
+                host::SaveDocument(Host, server, true, "Binary");
     }
 }
 

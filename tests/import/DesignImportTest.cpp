@@ -188,6 +188,14 @@ TEST_F(DesignImportTest, SymbolsOfSeveralPagesGetIntermediateSheets) {
     EXPECT_EQ(symbols[0]->GetState_Location().X, importer::MilToCoord(500));
     EXPECT_EQ(symbols[1]->GetState_Location().X, importer::MilToCoord(2700));
 
+    // The outer sheet was saved again: reopened, its symbol names the intermediate sheet.
+    CloseServerDocument(app, top);
+    ISch_Document* reopened = app.SchDocumentOf(app.OpenDocumentFile((folder / "TOP.SchDoc").string()));
+    ASSERT_NE(reopened, nullptr);
+    auto saved = importer::CollectObjects<ISch_SheetSymbol>(reopened, {eSheetSymbol});
+    ASSERT_EQ(saved.size(), 2u);
+    EXPECT_EQ(saved[0]->GetState_SheetFileName()->GetState_Text(), "Power.SchDoc");
+
     // An outer symbol without entries gives its children the full height.
     ISch_Document* bareSheet = app.SchServer()->GetSchDocumentByPath((folder / "Bare.SchDoc").string());
     ASSERT_NE(bareSheet, nullptr);
