@@ -47,6 +47,12 @@ const std::vector<Explanation>& Explanations() {
          "a power symbol without a host style: imported as an arrow"},
         {std::regex(R"re(error: PSpice model not found ".*")re"),
          "the model's library (.lib) is Cadence's or the vendor's and is not among the sample files"},
+        {std::regex(R"(error: Simulation profile file not found - .*\.sim)"),
+         "the project file lists a profile whose .sim file was not published with the design"},
+        {std::regex(R"(error: Orcad Project file contains no simulation profiles - .*\.opj)"),
+         "a PSpice design whose project file lists no profile"},
+        {std::regex(R"(warning: Global parameter not carried over - .* = .*)"),
+         "a PARAM part's value when none of the project's profiles could be read to carry it"},
     };
     return table;
 }

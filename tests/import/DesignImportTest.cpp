@@ -28,7 +28,7 @@ std::vector<std::string> ProjectFiles(IProject* project) {
 class DesignImportTest : public ::testing::Test {
 protected:
     DesignImportTest()
-        : folder(ScratchDir("design_import")), app(ImportHostOptions(folder)), design((folder / "d.DSN").string(), nullptr, 0, nullptr) {
+        : folder(ScratchDir(std::string("design_import_") + ::testing::UnitTest::GetInstance()->current_test_info()->name())), app(ImportHostOptions(folder)), design((folder / "d.DSN").string(), nullptr, 0, nullptr) {
         app.StartSchServer();
         project = app.CreateProject((folder / "d.VsProj").string());
     }
