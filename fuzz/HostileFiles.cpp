@@ -54,7 +54,7 @@ private:
 };
 
 // What a generated Capture file holds, written in the order of a design's own save.
-struct Spec {
+struct FileLayout {
     bool library = false;
     std::vector<std::string> viewList;  // the names of "Views Directory", in order
     struct View {
@@ -112,8 +112,8 @@ std::unique_ptr<TDboPage> NewPage(TDboBaseDesign* d) {
     return page;
 }
 
-Bytes Write(const Spec& spec) {
-    ScratchFile file(spec.library ? ".OLB" : ".DSN");
+Bytes Write(const FileLayout& layout) {
+    ScratchFile file(layout.library ? ".OLB" : ".DSN");
     TDboDesign d(file.Path(), nullptr, 0, nullptr);
     d.Version = kVersion;
     std::unique_ptr<TDboIStorage> root;
@@ -135,7 +135,7 @@ Bytes Write(const Spec& spec) {
         root->CreateStorageSafe("Packages", packages);
         // One component, renamed for each stream: the file is written without holding them all.
         auto component = NewComponent(&d, "");
-        for (const auto& name : spec.packageStreams) {
+        for (const auto& name : layout.packageStreams) {
             component->PartInfo->CompName = name;
             component->PartInfo->Parts.GetParts(0)->PkgName = name;
             component->Packages.GetPackages(0)->Name = name;
@@ -154,13 +154,13 @@ Bytes Write(const Spec& spec) {
         symbols->CreateStreamSafe("$Types$");
     }
     WriteEmptyDirectory(*root, "Graphics Directory");
-    WriteDirectory(*root, "Packages Directory", spec.packageDirectory);
+    WriteDirectory(*root, "Packages Directory", layout.packageDirectory);
     WriteEmptyDirectory(*root, "ExportBlocks Directory");
     {
         std::unique_ptr<TDboIStorage> views;
         root->CreateStorageSafe("Views", views);
         auto page = NewPage(&d);
-        for (const auto& v : spec.views) {
+        for (const auto& v : layout.views) {
             std::unique_ptr<TDboIStorage> view, pages;
             views->CreateStorageSafe(v.name, view);
             {
@@ -180,12 +180,12 @@ Bytes Write(const Spec& spec) {
             }
         }
     }
-    WriteDirectory(*root, "Views Directory", spec.viewList);
+    WriteDirectory(*root, "Views Directory", layout.viewList);
     {
         std::unique_ptr<TDboIStream> s;
         root->CreateStreamSafe("Cache", s);
-        if (spec.writeCache) {
-            spec.writeCache(d, *s);
+        if (layout.writeCache) {
+            layout.writeCache(d, *s);
         } else {
             auto cache = Make<TDboCache>(&d);
             cache->Save(*s);
@@ -233,7 +233,7 @@ void CopyInto(RawTree& tree, platform::CfbStorage& storage, uint32_t parent) {
 
 // The entries of an empty design, as a tree of chains.
 RawTree EmptyDesignTree() {
-    Bytes bytes = Write(Spec{});
+    Bytes bytes = Write(FileLayout{});
     std::unique_ptr<platform::CfbStorage> root;
     std::string detail;
     if (platform::OpenStorageMemory(bytes, &root, &detail) != platform::kS_OK)
@@ -300,7 +300,7 @@ Bytes WideStorage(int n) {
     // Through the platform's own writer, which lays a storage's children out as a balanced tree.
     ScratchFile file(".DSN");
     {
-        Bytes design = Write(Spec{});
+        Bytes design = Write(FileLayout{});
         std::unique_ptr<platform::CfbStorage> in, out, wide;
         std::string detail;
         platform::OpenStorageMemory(design, &in, &detail);
@@ -340,35 +340,35 @@ Bytes WideStorage(int n) {
 // Lists and caches
 
 Bytes RepeatedPage(int n) {
-    Spec spec;
-    spec.viewList = {"V"};
-    spec.views.push_back({"V", std::vector<std::string>(n, "P1"), {"P1"}});
-    return Write(spec);
+    FileLayout layout;
+    layout.viewList = {"V"};
+    layout.views.push_back({"V", std::vector<std::string>(n, "P1"), {"P1"}});
+    return Write(layout);
 }
 
 Bytes RepeatedView(int n) {
-    Spec spec;
-    spec.viewList.assign(n, "V");
-    spec.views.push_back({"V", {"P1"}, {"P1"}});
-    return Write(spec);
+    FileLayout layout;
+    layout.viewList.assign(n, "V");
+    layout.views.push_back({"V", {"P1"}, {"P1"}});
+    return Write(layout);
 }
 
 Bytes RepeatedPackage(int n) {
-    Spec spec;
-    spec.library = true;
-    spec.packageDirectory.assign(n, "PKG");
-    spec.packageStreams = {"PKG"};
-    return Write(spec);
+    FileLayout layout;
+    layout.library = true;
+    layout.packageDirectory.assign(n, "PKG");
+    layout.packageStreams = {"PKG"};
+    return Write(layout);
 }
 
 Bytes MissingPackages(int n) {
-    Spec spec;
-    spec.library = true;
+    FileLayout layout;
+    layout.library = true;
     for (int i = 0; i < n; ++i) {
-        spec.packageDirectory.push_back("M" + std::to_string(i));
-        spec.packageStreams.push_back("S" + std::to_string(i));
+        layout.packageDirectory.push_back("M" + std::to_string(i));
+        layout.packageStreams.push_back("S" + std::to_string(i));
     }
-    return Write(spec);
+    return Write(layout);
 }
 
 // "packagename" with the case of its letters set by the bits of `i`.
@@ -387,11 +387,11 @@ void WriteList(TDboIStream& s, int count, Fill&& fill) {
 }
 
 Bytes CaseVariantCache(int n) {
-    Spec spec;
+    FileLayout layout;
     // n part informations, each naming a package in a case of its own; n package items of those
     // names, none with an element: every search by name finds a name without elements and falls
     // back to the search that heeds case.
-    spec.writeCache = [n](TDboDesign& d, TDboIStream& s) {
+    layout.writeCache = [n](TDboDesign& d, TDboIStream& s) {
         auto info = TDboCachePartInfo::CreateSpecific(&d, Make<TDboLibPartInfo>(&d));
         auto part = Make<TDboLibPart>(&d);
         info->PartInfo->AddPart(std::move(part));
@@ -411,26 +411,26 @@ Bytes CaseVariantCache(int n) {
             info->Save(s);
         });
     };
-    return Write(spec);
+    return Write(layout);
 }
 
 Bytes ManyPages(int n) {
-    Spec spec;
+    FileLayout layout;
     for (int first = 0, v = 0; first < n; first += kPagesPerView, ++v) {
-        Spec::View view{"V" + std::to_string(v), {}, {}};
+        FileLayout::View view{"V" + std::to_string(v), {}, {}};
         for (int i = first; i < n && i < first + kPagesPerView; ++i) view.pageList.push_back("P" + std::to_string(i));
         view.pageStreams = view.pageList;
-        spec.viewList.push_back(view.name);
-        spec.views.push_back(std::move(view));
+        layout.viewList.push_back(view.name);
+        layout.views.push_back(std::move(view));
     }
-    return Write(spec);
+    return Write(layout);
 }
 
 Bytes ManyComponents(int n) {
-    Spec spec;
+    FileLayout layout;
     // Names "C0".. of two elements each (libraries A and B), written element by element from one
     // object of each kind: the file is made without holding n components.
-    spec.writeCache = [n](TDboDesign& d, TDboIStream& s) {
+    layout.writeCache = [n](TDboDesign& d, TDboIStream& s) {
         const int names = (n + 1) / 2;
         auto elementsOf = [&](int i) { return 2 * i + 1 < n ? 2 : 1; };
         auto view = TDboCacheView::CreateSpecific(&d, Make<TDboLibView>(&d));
@@ -463,7 +463,7 @@ Bytes ManyComponents(int n) {
             });
         });
     };
-    return Write(spec);
+    return Write(layout);
 }
 
 }  // namespace
