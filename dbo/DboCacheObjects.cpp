@@ -420,7 +420,12 @@ TDboCacheElement* TDboCache::FindElement(const std::string& name, const std::str
     TDboCacheItem* item = FindItemByName(name, list);
     if (!item || item->Elements.Count() == 0) item = FindItemByNameCaseSensitive(name, list);
     if (!item || item->Elements.Count() == 0) return nullptr;
-    return item->FindCacheElement(libPath);
+    if (TDboCacheElement* element = item->FindCacheElement(libPath)) return element;
+    // Names equal but for case that come from different libraries ("Solder_Jumper" of one,
+    // "SOLDER_JUMPER" of another) stand in items of their own: the item of the exact name holds
+    // the element of the other library.
+    TDboCacheItem* exact = FindItemByNameCaseSensitive(name, list);
+    return exact && exact != item ? exact->FindCacheElement(libPath) : nullptr;
 }
 
 std::unique_ptr<TDboLibView> TDboCache::TakeView(const std::string& name, const std::string& libPath) {

@@ -288,6 +288,40 @@ TEST(Cache, PackagesAreHandedOutOnce) {
     EXPECT_EQ(none->Packages.Count(), 1);  // what was found stays with the component
 }
 
+// Two libraries give a part of one name but for case (ONYXPSU.DSN: "Solder_Jumper" of the project's
+// library, "SOLDER_JUMPER" of QLIB.OLB): Capture keeps an item per spelling. Whichever item the
+// search without case meets first, each part gets its own package and its views, so their pins.
+TEST(Cache, NamesEqualButForCaseFromTwoLibrariesEachKeepTheirViews) {
+    for (bool upperFirst : {false, true}) {
+        SCOPED_TRACE(upperFirst ? "upper case first" : "mixed case first");
+        auto d = test::DesignOfVersion(test::kV2_3);
+        TDboCache cache(d.get());
+        cache.Initialize();
+        auto add = [&](const std::string& name, const char* lib) {
+            AddFromLibrary(cache, NewPackage(d.get(), name, {name + ".Normal"}), NewPartInfo(d.get(), name, {name}), lib);
+        };
+        if (upperFirst) add("SOLDER_JUMPER", kLibB);
+        add("Solder_Jumper", kLibA);
+        if (!upperFirst) add("SOLDER_JUMPER", kLibB);
+        cache.CacheViews.SortByName();
+        cache.CachePackages.SortByName();
+        cache.CachePartInfos.SortByName();
+        ASSERT_EQ(cache.CachePackages.Count(), 2);
+
+        for (int i = 0; i < cache.CachePartInfos.Count(); ++i) {
+            auto* info = static_cast<TDboCachePartInfo*>(cache.CachePartInfos.GetCacheItems(i)->GetElements(0));
+            const std::string name = info->PartInfo->CompName;
+            SCOPED_TRACE(name);
+            auto component = Make<TDboLibComponent>(d.get());
+            ASSERT_TRUE(cache.GetPackagesForComponent(*info, *component));
+            TDboLibPackage* package = component->Packages.GetPackages(0);
+            EXPECT_EQ(package->Name, name);
+            ASSERT_EQ(package->Views.Count(), 1);
+            EXPECT_EQ(package->Views.GetViews(0)->ViewName, name + ".Normal");
+        }
+    }
+}
+
 TEST(Cache, SearchByNameAndFallback) {
     auto d = test::DesignOfVersion(test::kV1_2);
     TDboCache cache(d.get());

@@ -29,17 +29,25 @@ struct Design {
     std::string Dsn;      // below Folder
     std::string Netlist;  // folder of the three files, below Folder
     size_t Nets, Parts, Sections, Nodes;
-    bool Same;  // the import gives Capture's nets; the others print what differs
+    // Capture's nets that the imported design doesn't give as Capture does; none for the others.
+    std::set<std::string> Differing;
 };
+
+// OnyxPSU: Capture joins the source pins S2 and S3 (2, 3) of the MOSFETs SIS412DN and SI7617DN to
+// S1 (1), and the thermal pad TH of the switches NCP45521 to Vin (1). On the pages nothing joins
+// them: no wire, net label or other pin ends at S2, S3 or TH, their pin records on the part name
+// neither wire nor net, their library pins carry no property, have numbers of their own and stand
+// 100 mil apart. Until the file shows why, these nets split here.
+const std::set<std::string> kOnyxDiffering{"N12143", "HP_C", "SYSTEM+", "DC_IN+", "BATTERY"};
 
 // The designs and the counts of their netlists as the folder's SOURCES.md gives them.
 const std::vector<Design> kDesigns{
-    {"ECE424_PCBs", "SimplePCB/SIMPLEBOARD.DSN", "SimplePCB/allegro", 16, 7, 14, 34, true},
-    {"Stereo", "Schematic/STEREO.dsn", "Schematic/allegro", 184, 215, 215, 869, true},
-    {"OnyxPSU", "ONYXPSU.DSN", "allegro", 116, 149, 149, 559, false},
-    {"1-16_RF_PWR_DIV", "1-16_POWER_SPLITTER.DSN", "allegro", 32, 47, 47, 188, true},
-    {"TMAControl-CClient", "hardware/TMAControl.dsn", "hardware/allegro", 10, 6, 6, 54, true},
-    {"Proiect-CEF-Amplificator-", "PROIECT_CEF_OK.DSN", ".", 28, 37, 37, 85, true},
+    {"ECE424_PCBs", "SimplePCB/SIMPLEBOARD.DSN", "SimplePCB/allegro", 16, 7, 14, 34, {}},
+    {"Stereo", "Schematic/STEREO.dsn", "Schematic/allegro", 184, 215, 215, 869, {}},
+    {"OnyxPSU", "ONYXPSU.DSN", "allegro", 116, 149, 149, 559, kOnyxDiffering},
+    {"1-16_RF_PWR_DIV", "1-16_POWER_SPLITTER.DSN", "allegro", 32, 47, 47, 188, {}},
+    {"TMAControl-CClient", "hardware/TMAControl.dsn", "hardware/allegro", 10, 6, 6, 54, {}},
+    {"Proiect-CEF-Amplificator-", "PROIECT_CEF_OK.DSN", ".", 28, 37, 37, 85, {}},
 };
 
 fs::path NetlistFolder(const Design& d) { return test::NetlistsDir() / d.Folder / d.Netlist; }
@@ -104,6 +112,13 @@ std::optional<host::Netlist> ImportedNetlist(const fs::path& dsn, const fs::path
     return host::CompileProjectNetlist(app, *project);
 }
 
+// The Capture net a line of CompareAllegroNetlists is about: "net NAME splits ...", "net NAME: ...".
+std::string CaptureNetOf(const std::string& line) {
+    if (line.rfind("net ", 0) != 0) return line;
+    size_t end = line.find_first_of(" :", 4);
+    return line.substr(4, end == std::string::npos ? std::string::npos : end - 4);
+}
+
 TEST(CaptureNetlists, ImportedDesignsGiveCapturesNets) {
     ORCADX_REQUIRE_NETLISTS();
     for (const Design& d : kDesigns) {
@@ -121,10 +136,12 @@ TEST(CaptureNetlists, ImportedDesignsGiveCapturesNets) {
         for (const std::string& line : diff) std::cout << "[ differs  ] " << d.Folder << ": " << line << "\n";
         std::cout << "[ netlist  ] " << d.Folder << ": " << match.SameNets << " of " << match.Nets << " nets, "
                   << match.SameNodes << " of " << match.Nodes << " nodes, " << diff.size() << " differences\n";
-        if (d.Same) {
-            EXPECT_TRUE(diff.empty()) << diff.size() << " differences";
-            EXPECT_EQ(netlist->Problems, std::vector<std::string>{});
-        }
+        // Every difference is one of the nets known to differ, and each of those still differs (a
+        // change that mends one should say so here).
+        std::set<std::string> differing;
+        for (const std::string& line : diff) differing.insert(CaptureNetOf(line));
+        EXPECT_EQ(differing, d.Differing);
+        EXPECT_EQ(netlist->Problems, std::vector<std::string>{});
     }
 }
 
