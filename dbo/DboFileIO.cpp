@@ -322,13 +322,20 @@ void TDboIStorage::Close() {
 // TRepeatedNames
 
 bool TRepeatedNames::Claim(const std::string& key, const std::string& shown) {
-    auto [it, first] = seen_.try_emplace(key, std::string::npos);
-    if (first) return true;
-    if (it->second == std::string::npos) {
-        it->second = repeats_.size();
+    auto nameOf = [this](uint32_t i) { return std::string_view(keys_[i]); };
+    const int64_t at = index_.Find(key, nameOf);
+    if (at < 0) {
+        keys_.push_back(key);
+        repeatOf_.push_back(std::string::npos);
+        index_.Add(static_cast<uint32_t>(keys_.size() - 1), nameOf);
+        return true;
+    }
+    size_t& repeat = repeatOf_[static_cast<size_t>(at)];
+    if (repeat == std::string::npos) {
+        repeat = repeats_.size();
         repeats_.push_back({shown, 1});
     }
-    ++repeats_[it->second].second;
+    ++repeats_[repeat].second;
     return false;
 }
 

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "platform/CompoundFile.h"
+#include "platform/NameIndex.h"
 
 namespace orcadx::dbo {
 
@@ -196,7 +197,11 @@ public:
     bool Empty() const { return repeats_.empty(); }
 
 private:
-    std::unordered_map<std::string, size_t> seen_;  // key -> index in repeats_, or npos
+    // The keys met, in order, with a hash index over them and, for each key, its place in
+    // repeats_ or npos: a list of 100,000 names takes a few flat arrays, not a node per name.
+    std::vector<std::string> keys_;
+    std::vector<size_t> repeatOf_;
+    platform::NameIndex<false> index_;
     std::vector<std::pair<std::string, int>> repeats_;
 };
 

@@ -295,15 +295,18 @@ uint32_t Reader::Find(uint32_t storage, const std::string& name) const {
     auto nameOf = [&](uint32_t i) { return std::string_view(entries_[kids[i]].name); };
     auto [it, made] = indexes_.try_emplace(storage);
     ChildIndex& index = it->second;
-    if (made) {
-        // The first child of a name wins, as a search from the start would find it.
-        for (uint32_t i = 0; i < n; ++i) {
-            index.exact.Add(i, nameOf);
-            index.folded.Add(i, nameOf);
-        }
-    }
+    // The first child of a name wins, as a search from the start would find it. The index that
+    // ignores case is made on the first name that misses the exact one: most lookups never need it.
+    if (made)
+        for (uint32_t i = 0; i < n; ++i) index.exact.Add(i, nameOf);
     int64_t at = index.exact.Find(name, nameOf);
-    if (at < 0) at = index.folded.Find(name, nameOf);
+    if (at < 0) {
+        if (!index.foldedReady) {
+            for (uint32_t i = 0; i < n; ++i) index.folded.Add(i, nameOf);
+            index.foldedReady = true;
+        }
+        at = index.folded.Find(name, nameOf);
+    }
     return at < 0 ? kNoEntry : kids[at];
 }
 

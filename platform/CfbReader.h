@@ -68,6 +68,7 @@ private:
     struct ChildIndex {
         NameIndex<false> exact;  // positions among the storage's children
         NameIndex<true> folded;
+        bool foldedReady = false;
     };
 
     const uint8_t* data_ = nullptr;
