@@ -10,6 +10,7 @@
 #include <string>
 
 #include "TestSupport.h"
+#include "robust/Isolated.h"
 #include "dbo/DboFileIO.h"
 #include "platform/CfbFormat.h"
 #include "platform/CodePage.h"
@@ -112,23 +113,8 @@ TEST(CfbReader, LongSiblingChainAndDeepNestingAreWalkedWithoutRecursion) {
     EXPECT_EQ(s->Contents(), data);
 }
 
-TEST(CfbReader, DirectoriesThatLoopOrLinkNowhereAreRefusedWithAReason) {
-    // A right link back to the first child: the walk would never end.
-    std::string loop = OpenError(StreamsFile(5, [](std::vector<cfb::RawEntry>& e) {
-        e[0].child = 1;
-        for (int i = 1; i < 5; ++i) e[i].right = static_cast<uint32_t>(i + 1);
-        e[5].right = 1;
-    }));
-    EXPECT_NE(loop.find("Damaged compound file: entry 5 links to entry 1, which was reached before: the directory loops"),
-              std::string::npos)
-        << loop;
-    // An entry that is its own left child.
-    EXPECT_NE(OpenError(StreamsFile(3, [](std::vector<cfb::RawEntry>& e) {
-                  e[0].child = 2;
-                  e[2].left = 2;
-              })).find("the directory loops"),
-              std::string::npos);
-    // A link past the directory's last entry.
+TEST(CfbReader, DirectoriesThatLinkNowhereAreRefusedWithAReason) {
+    // (Loops: LoopsAreRefusedInBoundedTime.) A link past the directory's last entry.
     std::string beyond = OpenError(StreamsFile(3, [](std::vector<cfb::RawEntry>& e) {
         e[0].child = 1;
         e[1].right = 4000;
@@ -143,11 +129,6 @@ TEST(CfbReader, DirectoriesThatLoopOrLinkNowhereAreRefusedWithAReason) {
     unused[EntryOffset(unused, 2) + cfb::kOffType] = cfb::kTypeUnused;
     EXPECT_NE(OpenError(unused).find("links to entry 2, which is of type 0 (unused)"), std::string::npos)
         << OpenError(unused);
-    Bytes rootAgain = StreamsFile(2, [](std::vector<cfb::RawEntry>& e) {
-        e[0].child = 1;
-        e[1].left = 0;
-    });
-    EXPECT_NE(OpenError(rootAgain).find("the directory loops"), std::string::npos);
     // A name longer than an entry holds.
     Bytes longName = StreamsFile(1, [](std::vector<cfb::RawEntry>& e) { e[0].child = 1; });
     cfb::PutU16(longName.data() + EntryOffset(longName, 1) + cfb::kOffNameLength, 0xFFFF);
@@ -161,6 +142,73 @@ TEST(CfbReader, DirectoriesThatLoopOrLinkNowhereAreRefusedWithAReason) {
         EXPECT_EQ(std::string(e.what()),
                   "Error opening storage odd.DSN\r\nDamaged compound file: entry 1 links to entry 2, which is of type 0 "
                   "(unused)");
+    }
+}
+
+TEST(CfbReader, LoopsAreRefusedInBoundedTime) {
+    // A reader that missed a loop would walk on until the memory or the time ran out: each file
+    // is opened in a child process of bounded time and address space, so that such a fault shows
+    // as what stopped the child, not as a test that hangs.
+    const Bytes chain = StreamsFile(5, [](std::vector<cfb::RawEntry>& e) {
+        e[0].child = 1;
+        for (int i = 1; i < 5; ++i) e[i].right = static_cast<uint32_t>(i + 1);
+    });
+    auto fatOf = [](Bytes& b, uint32_t sector) { return b.data() + 512 + 4 * sector; };  // one FAT sector
+    struct Case {
+        const char* what;
+        Bytes file;
+        std::string stream;  // opened after the file, when the loop lies in its chain
+        std::string expected;
+    };
+    std::vector<Case> cases;
+    cases.push_back({"a right link back to the first child",
+                     StreamsFile(5, [](std::vector<cfb::RawEntry>& e) {
+                         e[0].child = 1;
+                         for (int i = 1; i < 5; ++i) e[i].right = static_cast<uint32_t>(i + 1);
+                         e[5].right = 1;
+                     }),
+                     "", "Damaged compound file: entry 5 links to entry 1, which was reached before: the directory loops"});
+    cases.push_back({"an entry that is its own left child", StreamsFile(3, [](std::vector<cfb::RawEntry>& e) {
+                         e[0].child = 2;
+                         e[2].left = 2;
+                     }),
+                     "", "Damaged compound file: entry 2 links to entry 2, which was reached before: the directory loops"});
+    cases.push_back({"a link back to the root", StreamsFile(2, [](std::vector<cfb::RawEntry>& e) {
+                         e[0].child = 1;
+                         e[1].left = 0;
+                     }),
+                     "", "Damaged compound file: entry 1 links to entry 0, which was reached before: the directory loops"});
+    Bytes dirLoop = chain;
+    const uint32_t firstDir = cfb::GetU32(dirLoop.data() + cfb::kOffFirstDirSector);
+    cfb::PutU32(fatOf(dirLoop, firstDir), firstDir);
+    cases.push_back({"the directory's sector chain pointing back at itself", dirLoop, "",
+                     "Damaged compound file: the sector chain of the directory loops"});
+    Bytes miniFatLoop = chain;
+    const uint32_t miniFat = cfb::GetU32(miniFatLoop.data() + cfb::kOffFirstMiniFatSector);
+    cfb::PutU32(fatOf(miniFatLoop, miniFat), miniFat);
+    cases.push_back({"the mini FAT's sector chain pointing back at itself", miniFatLoop, "S3",
+                     "Damaged compound file: the sector chain of the mini FAT loops"});
+
+    test::Bounds bounds;
+    bounds.seconds = test::kSanitized ? 60 : 10;
+    bounds.addressSpace = 1ull << 30;
+    for (const Case& c : cases) {
+        test::BoundedResult r = test::RunBounded(
+            [&] {
+                std::unique_ptr<CfbStorage> root;
+                std::string detail;
+                if (OpenStorageMemory(c.file, &root, &detail) != kS_OK) return detail;
+                if (c.stream.empty()) return std::string("opened");
+                std::unique_ptr<CfbStream> s;
+                if (root->OpenStream(c.stream, kSTGM_SHARE_EXCLUSIVE, &s) != kS_OK) return root->ErrorDetail();
+                return "stream " + c.stream + " read";
+            },
+            bounds);
+        EXPECT_EQ(r.kind, test::BoundedResult::Returned)
+            << c.what << ": the reader didn't refuse the loop within " << bounds.seconds
+            << " s and 1 GiB; a loop left unchecked is walked until the time or the memory runs out. The child "
+            << test::Describe(r);
+        EXPECT_EQ(r.text, c.expected) << c.what;
     }
 }
 
@@ -186,11 +234,6 @@ TEST(CfbReader, HeaderAndChainDamageIsNamed) {
     EXPECT_NE(with(cfb::kOffFirstDirSector, 0x7FFFFFF0).find("the sector chain of the directory runs to sector"),
               std::string::npos);
     EXPECT_EQ(with(cfb::kOffByteOrder, 0xFEFF, true), "Damaged compound file: the header's byte-order mark is FEFF, not FFFE");
-    // The directory's chain pointed back at itself: a loop, named as one.
-    Bytes loop = good;
-    uint32_t firstDir = cfb::GetU32(loop.data() + cfb::kOffFirstDirSector);
-    cfb::PutU32(loop.data() + 512 + 4 * firstDir, firstDir);  // FAT entry of the directory's sector
-    EXPECT_EQ(OpenError(loop), "Damaged compound file: the sector chain of the directory loops");
     Bytes shortFile(good.begin(), good.begin() + 300);
     EXPECT_EQ(OpenError(shortFile), "Damaged compound file: the file has 300 bytes, fewer than the 512-byte header");
 }

@@ -47,72 +47,62 @@ void WriteAll(int fd, const void* data, size_t size) {
     }
 }
 
-[[noreturn]] void ChildMain(int fd, const std::function<fuzz::LoadResult()>& load, const Bounds& bounds) {
+// The reply of a child: a kind, then the text.
+[[noreturn]] void ChildMain(int fd, const std::function<std::string()>& work, const Bounds& bounds) {
     if (bounds.addressSpace) {
         rlimit limit{};
         limit.rlim_cur = limit.rlim_max = StatusBytes("VmSize") + bounds.addressSpace;
         setrlimit(RLIMIT_AS, &limit);
     }
-    // Start the peak from what the child holds now, not from the parent's history.
-    { std::ofstream("/proc/self/clear_refs") << "5"; }
-    uint64_t before = std::max(StatusBytes("VmHWM"), StatusBytes("VmRSS"));
-    IsolatedResult::Kind kind;
-    std::string message;
-    int32_t counts[3] = {0, 0, 0};
+    int32_t kind = BoundedResult::Returned;
+    std::string text;
     try {
-        fuzz::LoadResult r = load();
-        kind = r.loaded ? IsolatedResult::Loaded : IsolatedResult::Refused;
-        message = r.message;
-        counts[0] = r.components;
-        counts[1] = r.pages;
-        counts[2] = r.views;
+        text = work();
     } catch (const std::exception& e) {
-        kind = IsolatedResult::Escaped;
-        message = std::string("exception escaped: ") + e.what();
+        kind = BoundedResult::Threw;
+        text = e.what();
     } catch (...) {
-        kind = IsolatedResult::Escaped;
-        message = "exception of unknown type escaped";
+        kind = BoundedResult::Threw;
+        text = "an exception of unknown type";
     }
-    uint64_t after = StatusBytes("VmHWM");
-    uint64_t peak = after > before ? after - before : 0;
-#ifdef ORCADX_LEAK_CHECK
-    // The child leaves by _exit, which skips the sanitizer's own check at exit: what the load left
-    // behind unreachable is looked for here (the report goes to stderr).
-    if (__lsan_do_recoverable_leak_check() != 0 && kind != IsolatedResult::Escaped) {
-        kind = IsolatedResult::Leaked;
-        message = "memory leaked (see the sanitizer's report); " + message;
-    }
-#endif
-    int32_t k = kind;
-    uint32_t len = static_cast<uint32_t>(message.size());
-    WriteAll(fd, &k, sizeof k);
-    WriteAll(fd, &peak, sizeof peak);
-    WriteAll(fd, counts, sizeof counts);
-    WriteAll(fd, &len, sizeof len);
-    WriteAll(fd, message.data(), message.size());
+    WriteAll(fd, &kind, sizeof kind);
+    WriteAll(fd, text.data(), text.size());
     close(fd);
     _exit(0);
 }
 
+template <class T>
+void Put(std::string& out, const T& value) {
+    out.append(reinterpret_cast<const char*>(&value), sizeof value);
+}
+
+template <class T>
+bool Take(const std::string& in, size_t& at, T& value) {
+    if (in.size() < at + sizeof value) return false;
+    std::memcpy(&value, in.data() + at, sizeof value);
+    at += sizeof value;
+    return true;
+}
+
 }  // namespace
 
-IsolatedResult RunIsolated(const std::function<fuzz::LoadResult()>& load, const Bounds& bounds) {
-    IsolatedResult result;
+BoundedResult RunBounded(const std::function<std::string()>& work, const Bounds& bounds) {
+    BoundedResult result;
     int fds[2];
     if (pipe(fds) != 0) {
-        result.message = "pipe failed";
+        result.text = "pipe failed";
         return result;
     }
     pid_t pid = fork();
     if (pid < 0) {
         close(fds[0]);
         close(fds[1]);
-        result.message = "fork failed";
+        result.text = "fork failed";
         return result;
     }
     if (pid == 0) {
         close(fds[0]);
-        ChildMain(fds[1], load, bounds);
+        ChildMain(fds[1], work, bounds);
     }
     close(fds[1]);
 
@@ -141,34 +131,86 @@ IsolatedResult RunIsolated(const std::function<fuzz::LoadResult()>& load, const 
     while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
     }
     if (timedOut) {
-        result.kind = IsolatedResult::TimedOut;
-        result.message = "no end within " + std::to_string(bounds.seconds) + " s";
+        result.kind = BoundedResult::TimedOut;
+        result.text = "no end within " + std::to_string(bounds.seconds) + " s";
         return result;
     }
     if (WIFSIGNALED(status)) {
-        result.kind = IsolatedResult::Crashed;
-        result.message = std::string("killed by signal ") + strsignal(WTERMSIG(status));
+        result.text = std::string("killed by signal ") + strsignal(WTERMSIG(status));
         return result;
     }
-    constexpr size_t kHead = 4 + 8 + 12 + 4;  // kind, peak, counts, message length
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0 || reply.size() < kHead) {
-        result.kind = IsolatedResult::Crashed;
-        result.message = "exited with status " + std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : -1) +
-                         " (a sanitizer report or an allocation beyond the limit)";
+    int32_t kind = 0;
+    size_t at = 0;
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0 || !Take(reply, at, kind)) {
+        result.text = "exited with status " + std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : -1) +
+                      " (a sanitizer report or an allocation beyond the limit)";
         return result;
     }
-    int32_t k;
-    uint32_t len;
-    int32_t counts[3];
-    std::memcpy(&k, reply.data(), 4);
-    std::memcpy(&result.peakBytes, reply.data() + 4, 8);
-    std::memcpy(counts, reply.data() + 12, 12);
-    std::memcpy(&len, reply.data() + 24, 4);
-    result.kind = static_cast<IsolatedResult::Kind>(k);
+    result.kind = static_cast<BoundedResult::Kind>(kind);
+    result.text = reply.substr(at);
+    return result;
+}
+
+std::string Describe(const BoundedResult& r) {
+    static const char* names[] = {"returned", "threw", "timed out", "died"};
+    return std::string(names[r.kind]) + ": " + r.text;
+}
+
+IsolatedResult RunIsolated(const std::function<fuzz::LoadResult()>& load, const Bounds& bounds) {
+    // The child sends the load's kind, peak and counts ahead of its message.
+    BoundedResult child = RunBounded(
+        [&] {
+            // Start the peak from what the child holds now, not from the parent's history.
+            { std::ofstream("/proc/self/clear_refs") << "5"; }
+            uint64_t before = std::max(StatusBytes("VmHWM"), StatusBytes("VmRSS"));
+            IsolatedResult::Kind kind;
+            std::string message;
+            fuzz::LoadResult r;
+            try {
+                r = load();
+                kind = r.loaded ? IsolatedResult::Loaded : IsolatedResult::Refused;
+                message = r.message;
+            } catch (const std::exception& e) {
+                kind = IsolatedResult::Escaped;
+                message = std::string("exception escaped: ") + e.what();
+            } catch (...) {
+                kind = IsolatedResult::Escaped;
+                message = "exception of unknown type escaped";
+            }
+            uint64_t after = StatusBytes("VmHWM");
+#ifdef ORCADX_LEAK_CHECK
+            // The child leaves by _exit, which skips the sanitizer's own check at exit: what the
+            // load left behind unreachable is looked for here (the report goes to stderr).
+            if (__lsan_do_recoverable_leak_check() != 0 && kind != IsolatedResult::Escaped) {
+                kind = IsolatedResult::Leaked;
+                message = "memory leaked (see the sanitizer's report); " + message;
+            }
+#endif
+            std::string out;
+            Put(out, static_cast<int32_t>(kind));
+            Put(out, after > before ? after - before : uint64_t(0));
+            for (int32_t count : {r.components, r.pages, r.views}) Put(out, count);
+            return out + message;
+        },
+        bounds);
+    IsolatedResult result;
+    if (child.kind != BoundedResult::Returned) {
+        result.kind = child.kind == BoundedResult::TimedOut ? IsolatedResult::TimedOut : IsolatedResult::Crashed;
+        result.message = child.text;
+        return result;
+    }
+    int32_t kind = 0;
+    int32_t counts[3] = {0, 0, 0};
+    size_t at = 0;
+    if (!Take(child.text, at, kind) || !Take(child.text, at, result.peakBytes) || !Take(child.text, at, counts)) {
+        result.message = "the child's reply is cut short";
+        return result;
+    }
+    result.kind = static_cast<IsolatedResult::Kind>(kind);
     result.components = counts[0];
     result.pages = counts[1];
     result.views = counts[2];
-    result.message = reply.substr(kHead, len);
+    result.message = child.text.substr(at);
     return result;
 }
 

@@ -27,6 +27,18 @@ struct Bounds {
     uint64_t addressSpace = 0;    // extra address space the child may map (RLIMIT_AS); 0: no limit
 };
 
+// What a bounded child gave back: the text its work returned, or what stopped it.
+struct BoundedResult {
+    enum Kind { Returned, Threw, TimedOut, Died } kind = Died;
+    std::string text;  // the work's text, the exception's message, or how the child ended
+};
+
+// Runs `work` in a forked child bounded as `bounds` says. Returned: its text; Threw: the message
+// of what it threw (std::bad_alloc when it went past the address space); TimedOut: it ran past
+// the time; Died: a signal or a sanitizer report ended it.
+BoundedResult RunBounded(const std::function<std::string()>& work, const Bounds& bounds);
+std::string Describe(const BoundedResult& r);
+
 struct IsolatedResult {
     enum Kind { Loaded, Refused, Escaped, Crashed, TimedOut, Leaked } kind = Crashed;
     std::string message;   // the failure's message, the escaped exception's text, or the signal
