@@ -49,6 +49,7 @@ host::HostOptions Options(const fs::path& folder) {
     options.Seed = 1;
     options.SettingsFolder = (folder / "settings").string();
     options.TemplatesFolder = (folder / "templates").string();
+    options.KeepClosedDocuments = true;  // as orcadx netlist runs it
     return options;
 }
 

@@ -56,7 +56,10 @@ int FromDesign(const std::string& file, host::Netlist& netlist) {
         return kExitFailed;
     }
     auto& translator = ctx.GetTranslator();
-    host::HostApplication app;
+    // The sheets the import writes and closes are read back from memory, not from their files.
+    host::HostOptions hostOptions;
+    hostOptions.KeepClosedDocuments = true;
+    host::HostApplication app(hostOptions);
     translator.RegisterHost(&app);
     host::IProject* project = app.CreateProject((folder.Path() / (fs::path(file).stem().string() + ".VsProj")).string());
     std::u16string name = platform::Utf8ToUtf16(fs::absolute(file).string());

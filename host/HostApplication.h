@@ -28,6 +28,11 @@ struct HostOptions {
     std::string SettingsFolder;
     // Seed of the unique ids; 0 takes a random seed.
     uint32_t Seed = 0;
+    // A sheet or library closed after it was saved stays in memory, and opening its file again,
+    // while the file is as that save left it, gives the same objects back instead of reading the
+    // file: for a caller that reads what a translator has just written and closed (the netlist of
+    // a design imported into a temporary project).
+    bool KeepClosedDocuments = false;
 };
 
 class HostApplication final : public IHostApplication {

@@ -7,6 +7,7 @@
 #include <map>
 #include <random>
 #include <set>
+#include <unordered_map>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -242,6 +243,8 @@ public:
     CoordRect GetViewArea() override { return view_; }
 
     ObjectCore* Doc() { return doc_.get(); }
+    // The document's objects, taken out of the server: the document is closed without them.
+    std::unique_ptr<ObjectCore> TakeDoc();
     void SetShown(bool shown) { shown_ = shown; }
     void SetView(CoordRect r) { view_ = r; }
 
@@ -262,6 +265,7 @@ public:
     void CloseAll() {
         current_ = nullptr;
         docs_.clear();
+        closed_.clear();
     }
 
     IServerDocument* GetDocumentByPath(const std::string& path) override;
@@ -326,8 +330,19 @@ private:
     IServerDocument* Adopt(std::unique_ptr<ObjectCore> doc, const std::string& path, const std::string& kind);
     bool CreateLibraryFromProject(const std::map<std::string, std::string>& p);
 
+    // A closed document kept in memory (HostOptions::KeepClosedDocuments), with the size and time
+    // of its file when it closed.
+    struct ClosedDocument {
+        std::unique_ptr<ObjectCore> Doc;
+        std::string Kind;
+        std::uintmax_t Size = 0;
+        fs::file_time_type Time;
+    };
+    static bool FileStamp(const std::string& path, std::uintmax_t& size, fs::file_time_type& time);
+
     AppState* app_;
     std::vector<std::unique_ptr<ServerDoc>> docs_;
+    std::unordered_map<std::string, ClosedDocument> closed_;  // by normalised path
     ServerDoc* current_ = nullptr;
     int messagesServed_ = 0;
     bool busy_ = false;
@@ -493,7 +508,13 @@ ServerDoc::ServerDoc(Client* client, std::unique_ptr<ObjectCore> doc, std::strin
 }
 
 ServerDoc::~ServerDoc() {
+    if (!doc_) return;
     if (SchServer* server = client_->App()->Server()) server->UnregisterDocument(doc_.get());
+}
+
+std::unique_ptr<ObjectCore> ServerDoc::TakeDoc() {
+    if (SchServer* server = client_->App()->Server(); server && doc_) server->UnregisterDocument(doc_.get());
+    return std::move(doc_);
 }
 
 void ServerDoc::Focus() {
@@ -543,6 +564,14 @@ IServerDocument* Client::OpenDocument(const std::string& kind, const std::string
     if (IServerDocument* open = GetDocumentByPath(path)) return Upper(open->GetKind()) == k ? open : nullptr;
     SchServer* server = app_->EnsureServer();
     std::string p = NormalizePath(path);
+    if (auto kept = closed_.find(p); kept != closed_.end()) {
+        ClosedDocument closed = std::move(kept->second);
+        closed_.erase(kept);
+        std::uintmax_t size = 0;
+        fs::file_time_type time;
+        if (closed.Kind == k && FileStamp(p, size, time) && size == closed.Size && time == closed.Time)
+            return Adopt(std::move(closed.Doc), p, k);
+    }
     std::error_code ec;
     if (!fs::is_regular_file(p, ec)) return nullptr;
     std::unique_ptr<ObjectCore> doc;
@@ -568,10 +597,26 @@ IServerDocument* Client::NewDocument(const std::string& kind, const std::string&
     return Adopt(MakeObject(server, k == "SCH" ? eSheet : eSchLib, true), name, k);
 }
 
+bool Client::FileStamp(const std::string& path, std::uintmax_t& size, fs::file_time_type& time) {
+    std::error_code ec;
+    size = fs::file_size(path, ec);
+    if (ec) return false;
+    time = fs::last_write_time(path, ec);
+    return !ec;
+}
+
 void Client::CloseDocument(IServerDocument* document) {
     auto it = std::find_if(docs_.begin(), docs_.end(), [&](const auto& d) { return d.get() == document; });
     if (it == docs_.end()) return;
     if (current_ == it->get()) current_ = nullptr;
+    ServerDoc& doc = **it;
+    ClosedDocument closed;
+    if (app_->options_.KeepClosedDocuments && !doc.GetModified() && FileStamp(doc.GetFileName(), closed.Size, closed.Time)) {
+        closed.Kind = doc.GetKind();
+        std::string path = doc.GetFileName();
+        closed.Doc = doc.TakeDoc();
+        closed_[path] = std::move(closed);
+    }
     docs_.erase(it);
 }
 

@@ -112,6 +112,69 @@ TEST(HostWorkspace, DocumentsAreCreatedSavedHiddenAndClosedThroughTheHelpers) {
     EXPECT_EQ(app.Client()->GetDocumentKindFromPath("a/b.schlib"), "SCHLIB");
 }
 
+// Texts of the labels of a sheet.
+std::vector<std::string> LabelTexts(ISch_Document* sheet) {
+    std::vector<std::string> out;
+    auto labels = sheet->SchIterator_Create({eLabel}, eIterateFirstLevel);
+    for (auto* o = labels->FirstSchObject(); o; o = labels->NextSchObject())
+        out.push_back(dynamic_cast<ISch_Label*>(o)->GetState_Text());
+    return out;
+}
+
+// With KeepClosedDocuments a sheet closed after its save opens again from memory (a label added
+// after the save shows that the file wasn't read); a file changed since, a sheet closed unsaved,
+// or a host without the option read the file.
+TEST(HostWorkspace, ClosedDocumentsKeptInMemoryWhileTheirFileStandsAsSaved) {
+    auto dir = orcadx::test::ScratchDir("host_workspace_kept");
+    std::string path = (dir / "Kept.SchDoc").string();
+    for (bool keep : {true, false}) {
+        SCOPED_TRACE(keep ? "kept" : "not kept");
+        HostOptions options = orcadx::test::Options(12);
+        options.KeepClosedDocuments = keep;
+        HostApplication app(options);
+        ASSERT_TRUE(app.Client()->StartServer("SCH"));
+        auto closeWithLabel = [&](IServerDocument* doc, const std::string& text, bool modified) {
+            ISch_Document* sheet = app.SchDocumentOf(doc);
+            auto* label = Make<ISch_Label>(app, eLabel);
+            label->SetState_Text(text);
+            sheet->AddSchObject(label);
+            doc->SetModified(modified);
+            CloseServerDocument(app, sheet);
+            EXPECT_EQ(app.SchServer()->GetSchDocumentByPath(path), nullptr);
+        };
+        IServerDocument* doc = OpenOrCreateDocument(app, path, "SCH", "Binary", true);
+        ISch_Document* sheet = app.SchDocumentOf(doc);
+        auto* saved = Make<ISch_Label>(app, eLabel);
+        saved->SetState_Text("saved");
+        sheet->AddSchObject(saved);
+        SaveAndHideDocument(app, sheet);
+        closeWithLabel(doc, "after the save", false);
+
+        IServerDocument* again = app.OpenDocumentFile(path);
+        ASSERT_NE(again, nullptr);
+        ISch_Document* reopened = app.SchDocumentOf(again);
+        EXPECT_EQ(app.SchServer()->GetSchDocumentByPath(path), reopened);
+        EXPECT_EQ(LabelTexts(reopened), keep ? (std::vector<std::string>{"saved", "after the save"})
+                                             : std::vector<std::string>{"saved"});
+        // Opened as the other kind: nothing, and the file is read for the right kind after.
+        closeWithLabel(again, "kept again", false);
+        EXPECT_EQ(app.Client()->OpenDocument("SCHLIB", path), nullptr);
+        ASSERT_NE(again = app.OpenDocumentFile(path), nullptr);
+        EXPECT_EQ(LabelTexts(app.SchDocumentOf(again)), std::vector<std::string>{"saved"});
+
+        // The file changed after the close: read again.
+        closeWithLabel(again, "stale", false);
+        { std::ofstream(path, std::ios::app) << "\n"; }
+        ASSERT_NE(again = app.OpenDocumentFile(path), nullptr);
+        EXPECT_EQ(LabelTexts(app.SchDocumentOf(again)), std::vector<std::string>{"saved"});
+
+        // Closed with changes not saved: not kept.
+        closeWithLabel(again, "unsaved", true);
+        ASSERT_NE(again = app.OpenDocumentFile(path), nullptr);
+        EXPECT_EQ(LabelTexts(app.SchDocumentOf(again)), std::vector<std::string>{"saved"});
+    }
+}
+
 TEST(HostWorkspace, ProjectsKeepTheirDocumentsAndOptions) {
     auto dir = orcadx::test::ScratchDir("host_workspace_project");
     std::string projectPath = (dir / "Design.VsProj").string();
