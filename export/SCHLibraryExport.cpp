@@ -114,17 +114,23 @@ int32_t TSCHCommonLibraryExporter::ConvertY(int32_t value) {
 void TSCHCommonLibraryExporter::DrawingExtents(int32_t& left, int32_t& top, int32_t& right, int32_t& bottom) {
     left = bottom = kExtentStart;
     right = top = -kExtentStart;
-    if (!Container) return;
-    auto it = Container->SchIterator_Create(GraphicsKindSet(), host::eIterateFirstLevel);
-    for (auto* object = it->FirstSchObject(); object; object = it->NextSchObject()) {
-        auto* graphic = dynamic_cast<host::ISch_GraphicalObject*>(object);
-        if (!graphic) continue;
-        host::CoordRect r = graphic->GetState_BoundingRectangle();
-        left = std::min(left, r.X1);
-        top = std::max(top, r.Y2);
-        right = std::max(right, r.X2);
-        bottom = std::min(bottom, r.Y1);
+    bool drawn = false;
+    if (Container) {
+        auto it = Container->SchIterator_Create(GraphicsKindSet(), host::eIterateFirstLevel);
+        for (auto* object = it->FirstSchObject(); object; object = it->NextSchObject()) {
+            auto* graphic = dynamic_cast<host::ISch_GraphicalObject*>(object);
+            if (!graphic) continue;
+            host::CoordRect r = graphic->GetState_BoundingRectangle();
+            left = std::min(left, r.X1);
+            top = std::max(top, r.Y2);
+            right = std::max(right, r.X2);
+            bottom = std::min(bottom, r.Y1);
+            drawn = true;
+        }
     }
+    // Nothing drawn (a test pad or jumper made of pins alone): the extents shrink to the host origin,
+    // so that pins and placed parts keep their coordinates instead of moving by the start values.
+    if (!drawn) left = top = right = bottom = 0;
 }
 
 void TSCHCommonLibraryExporter::GetExtents(int32_t& left, int32_t& top, int32_t& right, int32_t& bottom) {

@@ -239,7 +239,7 @@ TEST_F(LibraryExport, SeveralPartsAndTheAlternateDisplayMode) {
     }
 }
 
-TEST_F(LibraryExport, PartCountZeroNoGraphicsAndAFullCircle) {
+TEST_F(LibraryExport, PartCountZeroNoGraphicsPinsAloneAndAFullCircle) {
     ISch_Lib* library = NewLibrary();
     ISch_Component* bare = AddComponent(library, "BARE");
     bare->SetState_PartCount(0);
@@ -250,14 +250,22 @@ TEST_F(LibraryExport, PartCountZeroNoGraphicsAndAFullCircle) {
     arc->SetState_StartAngle(0);
     arc->SetState_EndAngle(360);
     round->AddSchObject(arc);
+    ISch_Component* pad = AddComponent(library, "PAD");
+    AddPin(pad, "IN", "1", {Unit(20), Unit(-40)}, 2, Unit(30));
     auto loaded = RoundTrip(library);
-    ASSERT_EQ(loaded->ComponentCount(), 2);
+    ASSERT_EQ(loaded->ComponentCount(), 3);
     const dbo::TDboLibComponent& b = *loaded->FindComponent("BARE");
     ASSERT_EQ(b.Packages.Count(), 1);
     ASSERT_EQ(b.PartInfo->Parts.Count(), 1);
     const dbo::TDboLibView& empty = *b.Packages.GetPackages(0)->Views.GetViews(0);
-    // No drawing: the extents keep their start values, whose 32-bit difference is 4.
+    // No drawing: the extents shrink to the host origin.
     EXPECT_EQ(std::vector<int>({empty.Left, empty.Top, empty.Right, empty.Bottom}), std::vector<int>({0, 0, 0, 0}));
+    // Pins alone keep their coordinates from the host origin.
+    const dbo::TDboLibView& p = *loaded->FindComponent("PAD")->Packages.GetPackages(0)->Views.GetViews(0);
+    ASSERT_EQ(p.Pins->Count(), 1);
+    const dbo::TDboPin& in = *p.Pins->GetPins(0);
+    EXPECT_EQ(std::vector<int>({in.OffsetX, in.OffsetY, in.EndX, in.EndY}), std::vector<int>({20, 40, -10, 40}));
+    EXPECT_EQ(std::vector<int>({p.Left, p.Top, p.Right, p.Bottom}), std::vector<int>({0, 0, 0, 0}));
     const dbo::TDboLibView& r = *loaded->FindComponent("ROUND")->Packages.GetPackages(0)->Views.GetViews(0);
     ASSERT_EQ(r.Graphics->Count(), 1);
     auto* ellipse = dynamic_cast<dbo::TDboLibEllipse*>(r.Graphics->GetInstances(0));

@@ -324,6 +324,26 @@ TEST_F(SheetExportParts, PinRecordsStandAtTheHostPinsAtEveryOrientationAndMirror
     }
 }
 
+TEST_F(SheetExportParts, APartDrawnWithPinsAloneStandsWhereItsPinsAre) {
+    ISch_Lib* library = NewLibrary();
+    ISch_Component* pad = AddComponent(library, "PAD");
+    pad->GetState_SchDesignator()->SetState_Text("TP?");
+    AddPin(pad, "A", "1", {Unit(0), Unit(0)}, 2, Unit(10));
+    AddPin(pad, "B", "2", {Unit(20), Unit(0)}, 0, Unit(10));
+    ExportLibrary(library);
+    ISch_Component* placed = PlaceComponent(library, "PAD", At(300, 200));
+    dbo::TDboPage& page = Export();
+    ASSERT_EQ(page.PartsAndBlocks->Count(), 1);
+    auto* part = dynamic_cast<dbo::TDboPart*>(page.PartsAndBlocks->GetParts(0));
+    ASSERT_NE(part, nullptr);
+    Coord at = placed->GetState_Location();
+    EXPECT_EQ(std::vector<int>({part->LocationX, part->LocationY}),
+              std::vector<int>({exporter_->ConvertX(at.X), exporter_->ConvertY(at.Y)}));
+    ASSERT_EQ(part->PinProps.Count(), 2);
+    EXPECT_EQ(std::vector<int>({part->PinProps.GetPinProps(0)->LocationX, part->PinProps.GetPinProps(1)->LocationX}),
+              std::vector<int>({part->LocationX - 10, part->LocationX + 30}));
+}
+
 TEST_F(SheetExportParts, PartsAndSymbolsThatTheDesignLacksAreLeftOut) {
     ISch_Lib* library = NewLibrary();
     Chip(library, "CHIP", 1);
