@@ -24,6 +24,11 @@ int32_t ToInt32(int64_t v) {
                                                     std::numeric_limits<int32_t>::max()));
 }
 
+// `c` moved by (dx, dy), held to the plane's 32-bit edges rather than wrapped to the far side.
+Coord Moved(Coord c, int64_t dx, int64_t dy) { return {ToInt32(c.X + dx), ToInt32(c.Y + dy)}; }
+
+int32_t MirroredX(int32_t x, int32_t axisX) { return ToInt32(2 * int64_t(axisX) - x); }
+
 bool IsRectKind(int32_t kind) {
     return kind == eRectangle || kind == eRoundRectangle || kind == eImage || kind == eTextFrame;
 }
@@ -604,8 +609,8 @@ CoordRect TextBounds(ObjectCore& text, const std::string& shown) {
     int32_t col = j % 3, row = j / 3;
     int32_t x0 = col == 0 ? 0 : col == 1 ? -w / 2 : -w;
     int32_t y0 = row == 0 ? 0 : row == 1 ? -h / 2 : -h;
-    Coord a = RotatePoint({l.X + x0, l.Y + y0}, l, text.GetInt("Orientation"));
-    Coord b = RotatePoint({l.X + x0 + w, l.Y + y0 + h}, l, text.GetInt("Orientation"));
+    Coord a = RotatePoint(Moved(l, x0, y0), l, text.GetInt("Orientation"));
+    Coord b = RotatePoint(Moved(l, int64_t(x0) + w, int64_t(y0) + h), l, text.GetInt("Orientation"));
     return {std::min(a.X, b.X), std::min(a.Y, b.Y), std::max(a.X, b.X), std::max(a.Y, b.Y)};
 }
 
@@ -1627,12 +1632,11 @@ void ObjectCore::SetVertices(const std::vector<Coord>& vertices) { Slot(kVertice
 void ObjectCore::Translate(int32_t dx, int32_t dy) {
     for (const char* name : {kLocation, kCorner}) {
         if (!Has(name)) continue;
-        Coord c = GetCoord(name);
-        SetCoord(name, {c.X + dx, c.Y + dy});
+        SetCoord(name, Moved(GetCoord(name), dx, dy));
     }
     if (Has(kVertices)) {
         auto v = GetVertices();
-        for (Coord& c : v) c = {c.X + dx, c.Y + dy};
+        for (Coord& c : v) c = Moved(c, dx, dy);
         SetVertices(v);
     }
     for (ObjectCore* child : children_) child->Translate(dx, dy);
@@ -1652,11 +1656,11 @@ void ObjectCore::MirrorPoints(int32_t axisX) {
     for (const char* name : {kLocation, kCorner}) {
         if (!Has(name)) continue;
         Coord c = GetCoord(name);
-        SetCoord(name, {2 * axisX - c.X, c.Y});
+        SetCoord(name, {MirroredX(c.X, axisX), c.Y});
     }
     if (Has(kVertices)) {
         auto v = GetVertices();
-        for (Coord& c : v) c.X = 2 * axisX - c.X;
+        for (Coord& c : v) c.X = MirroredX(c.X, axisX);
         SetVertices(v);
     }
 }
@@ -1789,10 +1793,10 @@ Coord PinHotSpot(const ObjectCore& pin) {
     Coord l = pin.GetCoord(kLocation);
     int32_t len = pin.GetInt("PinLength");
     switch (((pin.GetInt("Orientation") % 4) + 4) % 4) {
-        case 0: return {l.X + len, l.Y};
-        case 1: return {l.X, l.Y + len};
-        case 2: return {l.X - len, l.Y};
-        default: return {l.X, l.Y - len};
+        case 0: return Moved(l, len, 0);
+        case 1: return Moved(l, 0, len);
+        case 2: return Moved(l, -int64_t(len), 0);
+        default: return Moved(l, 0, -int64_t(len));
     }
 }
 

@@ -16,13 +16,13 @@
 
 namespace orcadx::importer {
 
-namespace {
-
-int32_t Saturate(int64_t value) {
+int32_t SaturateCoord(int64_t value) {
     if (value > std::numeric_limits<int32_t>::max()) return std::numeric_limits<int32_t>::max();
     if (value < std::numeric_limits<int32_t>::min()) return std::numeric_limits<int32_t>::min();
     return static_cast<int32_t>(value);
 }
+
+namespace {
 
 // The library object of a record that is either the library object itself or a page instance
 // wrapping it; raises `message` for any other class.
@@ -89,8 +89,8 @@ void TSCHImporter::LogMessage(int32_t severity, const std::string& text) const {
 
 int32_t TSCHCommonImporter::ScaleCoord(int64_t value) {
     int32_t scale = ImportScale();
-    if (scale > 0) return Saturate(platform::RoundHalfEven(static_cast<double>(value) / 10.0 * scale));
-    return Saturate(value * 100000);
+    if (scale > 0) return SaturateCoord(platform::RoundHalfEven(static_cast<double>(value) / 10.0 * scale));
+    return SaturateCoord(value * 100000);
 }
 
 int32_t TSCHCommonImporter::ToCoordX(int32_t value) {

@@ -28,6 +28,10 @@ namespace orcadx::importer {
 // free host objects (in no container) until PlaceParameter adds them or they are destroyed.
 using ParameterList = std::vector<host::ISch_Parameter*>;
 
+// `value` held to the 32-bit range of host coordinates: a Capture coordinate far out stops at the
+// edge of the host's plane instead of wrapping round to the other side.
+int32_t SaturateCoord(int64_t value);
+
 // Colour code of a Capture object that means "the default colour".
 constexpr int kDefaultColorCode = 48;
 

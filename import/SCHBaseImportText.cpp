@@ -35,12 +35,6 @@ int64_t MulDiv(int64_t a, int64_t b, int64_t c) {
     return ((p < 0) != (c < 0)) ? -q : q;
 }
 
-int32_t ToHostUnits(int64_t value) {
-    if (value > INT32_MAX) return INT32_MAX;
-    if (value < INT32_MIN) return INT32_MIN;
-    return static_cast<int32_t>(value);
-}
-
 // Quarter turns of a text from its font's escapement (tenths of a degree).
 int RotationOfFont(const dbo::TDboFont* font) {
     if (!font) return 0;
@@ -97,8 +91,8 @@ void TSCHCommonImporter::TextExtent(host::ISch_Label* text, int32_t& width, int3
     int32_t fontId = text->GetState_FontId();
     int32_t w = 0, h = 0;
     if (fonts && fonts->MeasureText(fontId, text->GetState_Text(), w, h)) {
-        width = ToHostUnits(static_cast<int64_t>(w / 3) * 100000);
-        height = ToHostUnits(static_cast<int64_t>(fonts->GetFontSize(fontId)) * 100000);
+        width = SaturateCoord(static_cast<int64_t>(w / 3) * 100000);
+        height = SaturateCoord(static_cast<int64_t>(fonts->GetFontSize(fontId)) * 100000);
         return;
     }
     int32_t orientation = text->GetState_Orientation();
@@ -117,13 +111,14 @@ void TSCHCommonImporter::TurnText(host::ISch_Label* text, int rotation) {
     int32_t g = static_cast<int32_t>(platform::RoundHalfEven(w / 1.3));
     text->SetState_Orientation(rotation);
     host::Coord l = text->GetState_Location();
+    int64_t x = l.X, y = l.Y;
     switch (rotation) {
-        case 0: l.Y -= h; break;
-        case 1: l.X += h; l.Y -= g + w; break;
-        case 2: l.X += w + g; break;
+        case 0: y -= h; break;
+        case 1: x += h; y -= int64_t(g) + w; break;
+        case 2: x += int64_t(w) + g; break;
         default: break;
     }
-    text->SetState_Location(l);
+    text->SetState_Location({SaturateCoord(x), SaturateCoord(y)});
 }
 
 void TSCHCommonImporter::TurnParameter(host::ISch_Parameter* parameter, int rotation) {
@@ -311,18 +306,18 @@ void TSCHCommonImporter::ImportVisibleProperties(dbo::TDboBaseObject* object, ho
         const bool mirrored = component->GetState_IsMirrored();
         switch (component->GetState_Orientation() & 3) {
             case 0:
-                if (mirrored) base.X = ToHostUnits(base.X - w);
+                if (mirrored) base.X = SaturateCoord(int64_t(base.X) - w);
                 break;
             case 1:
-                base.Y = ToHostUnits(base.Y + w);
-                if (mirrored) base.X = ToHostUnits(base.X - h);
+                base.Y = SaturateCoord(int64_t(base.Y) + w);
+                if (mirrored) base.X = SaturateCoord(int64_t(base.X) - h);
                 break;
             case 2:
-                base.Y = ToHostUnits(base.Y + h);
-                if (!mirrored) base.X = ToHostUnits(base.X - w);
+                base.Y = SaturateCoord(int64_t(base.Y) + h);
+                if (!mirrored) base.X = SaturateCoord(int64_t(base.X) - w);
                 break;
             default:
-                if (!mirrored) base.X = ToHostUnits(base.X - h);
+                if (!mirrored) base.X = SaturateCoord(int64_t(base.X) - h);
                 break;
         }
     }
@@ -355,7 +350,7 @@ void TSCHCommonImporter::ImportVisibleProperties(dbo::TDboBaseObject* object, ho
         parameter->SetState_ShowName(property->DisplayFormat != 1);
         host::Coord offset{ScaleCoord(property->LocationX), ScaleCoord(-static_cast<int32_t>(property->LocationY))};
         if (isPin) parameter->SetState_Location(offset);
-        else parameter->SetState_Location({ToHostUnits(int64_t(base.X) + offset.X), ToHostUnits(int64_t(base.Y) + offset.Y)});
+        else parameter->SetState_Location({SaturateCoord(int64_t(base.X) + offset.X), SaturateCoord(int64_t(base.Y) + offset.Y)});
         int32_t fontId = property->FontID != 0 ? ResolveFont(property->FontID, dbo::TDboDefFontProperty, false) : -1;
         parameter->SetState_FontId(fontId >= 0 ? fontId : DefaultFaceFont(10));
         int code = property->GetColor();

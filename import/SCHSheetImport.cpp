@@ -29,10 +29,6 @@ int32_t RoundToGrid(int32_t value, int32_t grid, bool up) {
     return static_cast<int32_t>(value < 0 ? -rounded : rounded);
 }
 
-int32_t Saturate32(int64_t value) {
-    return static_cast<int32_t>(std::clamp<int64_t>(value, INT32_MIN, INT32_MAX));
-}
-
 uint64_t PointKey(host::Coord p) { return (uint64_t(uint32_t(p.X)) << 32) | uint32_t(p.Y); }
 
 std::string FileNameOf(const std::string& path) {
@@ -99,12 +95,12 @@ TSCHPageImporter::SheetFrame TSCHPageImporter::Frame() {
 
 int32_t TSCHPageImporter::ToCoordX(int32_t value) {
     if (!Document) return ScaleCoord(static_cast<int64_t>(value) + 20);
-    return Saturate32(static_cast<int64_t>(ScaleCoord(value)) + Frame().Left);
+    return SaturateCoord(static_cast<int64_t>(ScaleCoord(value)) + Frame().Left);
 }
 
 int32_t TSCHPageImporter::ToCoordY(int32_t value) {
     if (!Document) return ScaleCoord(value);
-    return Saturate32(static_cast<int64_t>(Frame().Top) - ScaleCoord(value));
+    return SaturateCoord(static_cast<int64_t>(Frame().Top) - ScaleCoord(value));
 }
 
 std::string TSCHPageImporter::PointText(host::Coord location) {

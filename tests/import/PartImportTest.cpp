@@ -241,6 +241,35 @@ TEST_F(PartImportTest, APartTakesItsComponentWithDesignatorValueAndProperties) {
     EXPECT_TRUE(log.AllMessages(kLogWarning).empty());
 }
 
+TEST_F(PartImportTest, TextsOfAPartAtTheEdgeOfThePageStayAtThatEdge) {
+    Quad();
+    // Capture's farthest corners lie beyond the host's 32-bit plane: the part stops at its edge, and
+    // its texts, moved by their rotation or the part's, stay there instead of wrapping round.
+    dbo::TDboPart* near = Place("QUAD", "U1", 32767, 32767);
+    dbo::TDboPart* far = Place("QUAD", "U2", -32768, -32768, 2);
+    for (int rotation = 0; rotation < 4; ++rotation) {
+        near->AddVisibleProp("N" + std::to_string(rotation), "n", 0, 0, 0, 0, 0, rotation, 48)->DisplayFormat = 1;
+        far->AddVisibleProp("F", "f", 0, 0, 0, 0, 0, 3, 48)->DisplayFormat = 1;
+    }
+    Run();
+    auto components = On<ISch_Component>(eSchComponent);
+    ASSERT_EQ(components.size(), 2u);
+    // Within ten inches of the corner (the symbol itself is shifted to stand by its top left).
+    auto nearCorner = [](Coord p, Coord corner) {
+        return std::llabs(int64_t(p.X) - corner.X) < 100000000 && std::llabs(int64_t(p.Y) - corner.Y) < 100000000;
+    };
+    auto nearParameters = Parameters(components[0]);
+    for (int rotation = 0; rotation < 4; ++rotation) {
+        ASSERT_EQ(nearParameters.count("N" + std::to_string(rotation)), 1u);
+        Coord p = nearParameters["N" + std::to_string(rotation)]->GetState_Location();
+        EXPECT_TRUE(nearCorner(p, {INT32_MAX, INT32_MIN})) << rotation << ": " << p.X << ", " << p.Y;
+    }
+    auto farParameters = Parameters(components[1]);
+    ASSERT_EQ(farParameters.count("F"), 1u);
+    Coord p = farParameters["F"]->GetState_Location();
+    EXPECT_TRUE(nearCorner(p, {INT32_MIN, INT32_MAX})) << p.X << ", " << p.Y;
+}
+
 TEST_F(PartImportTest, EachPartOfAComponentShowsItsOwnPackage) {
     // Three packages of different widths, one per part; the third part turned half way round needs
     // the third package's extents to stand right.
