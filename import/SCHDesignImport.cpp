@@ -12,6 +12,7 @@
 #include "import/ProcessHierarchy.h"
 #include "import/SCHPageDocument.h"
 #include "import/SCHSheetImport.h"
+#include "platform/NameIndex.h"
 #include "platform/Status.h"
 #include "platform/TextCompare.h"
 #include "pspice/PSpiceModelImport.h"
@@ -133,6 +134,14 @@ void TSCHDesignImporter::ExtractGlobalParams(host::ISch_Sheet* sheet) {
 }
 
 void TSCHDesignImporter::UpdateSheetSymbols(const std::string& folder, const std::vector<host::ISch_Document*>& documents) {
+    // The documents by file name, case ignored.
+    std::vector<std::string> fileNames;
+    fileNames.reserve(documents.size());
+    for (host::ISch_Document* document : documents) fileNames.push_back(FileNameOf(document->GetState_DocumentName()));
+    auto nameAt = [&](uint32_t i) -> std::string_view { return fileNames[i]; };
+    platform::NameIndex<true> byName;
+    for (uint32_t i = 0; i < fileNames.size(); ++i) byName.Add(i, nameAt);
+
     for (host::ISch_Document* document : documents) {
         bool changed = false;
         for (auto* symbol : CollectObjects<host::ISch_SheetSymbol>(document, {host::eSheetSymbol})) {
@@ -145,10 +154,8 @@ void TSCHDesignImporter::UpdateSheetSymbols(const std::string& folder, const std
             while (start <= text.size()) {
                 size_t end = text.find(';', start);
                 if (end == std::string::npos) end = text.size();
-                const std::string name = text.substr(start, end - start);
-                for (host::ISch_Document* other : documents)
-                    if (other != document && platform::SameTextNoCase(name, FileNameOf(other->GetState_DocumentName())))
-                        listed.push_back(other);
+                const int64_t at = byName.Find(std::string_view(text).substr(start, end - start), nameAt);
+                if (at >= 0 && documents[at] != document) listed.push_back(documents[at]);
                 start = end + 1;
             }
             if (listed.empty()) continue;
@@ -161,10 +168,7 @@ void TSCHDesignImporter::UpdateSheetSymbols(const std::string& folder, const std
             const std::string name = InFolder(folder, WithExtension(designator, extension));
             // A page of that name (in a file written from an earlier import, the intermediate sheet
             // itself) stays as it is: making the sheet anew would close a document still in use.
-            if (std::any_of(documents.begin(), documents.end(), [&](host::ISch_Document* d) {
-                    return platform::SameTextNoCase(FileNameOf(d->GetState_DocumentName()), FileNameOf(name));
-                }))
-                continue;
+            if (byName.Find(FileNameOf(name), nameAt) >= 0) continue;
             CreateIntermediateSheet(name, symbol, listed);
             if (Project) Project->AddSourceDocument(name);
             fileName->SetState_Text(FileNameOf(name));
