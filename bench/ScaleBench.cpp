@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -85,6 +86,21 @@ void BM_Load(benchmark::State& state, const Case* c) {
     state.counters["peak_MiB"] = static_cast<double>(c->peak) / (1 << 20);
 }
 
+// What any load of the file costs at least: its bytes read into a buffer of their own, as the
+// load reads them, and as much fresh memory as the load's peak written once per cache line. A
+// slope above 1 here is the machine's (caches, page faults), not the load's.
+void BM_Floor(benchmark::State& state, const Case* c) {
+    for (auto _ : state) {
+        std::ifstream in(c->file, std::ios::binary);
+        std::unique_ptr<char[]> bytes(new char[c->size]);
+        in.read(bytes.get(), static_cast<std::streamsize>(c->size));
+        std::unique_ptr<char[]> memory(new char[c->peak + 1]);
+        for (uint64_t at = 0; at < c->peak; at += 64) memory[at] = static_cast<char>(at);
+        benchmark::DoNotOptimize(bytes.get());
+        benchmark::DoNotOptimize(memory.get());
+    }
+}
+
 class TableReporter : public benchmark::ConsoleReporter {
 public:
     TableReporter() : ConsoleReporter(OO_Tabular) {}
@@ -101,36 +117,46 @@ public:
         // The slopes are taken on CPU time: on a shared machine the wall time of a load also holds the
         // time it waited for a processor.
         std::printf("\nLoad average before: %s, after: %s\n", loadBefore.c_str(), LoadAverage().c_str());
-        std::printf("\n| File | N | Size MiB | Load CPU ms | Spread | Load wall ms | Peak MiB | Slope from the row above |\n");
-        std::printf("|---|---:|---:|---:|---:|---:|---:|---:|\n");
-        std::map<Hostile, std::pair<int, double>> first, previous;
+        std::printf("\n| File | N | Size MiB | Load CPU ms | Spread | Load wall ms | Peak MiB | Slope | Floor CPU ms | Floor slope |\n");
+        std::printf("|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|\n");
+        struct Point {
+            int n;
+            double load, floor;
+        };
+        std::map<Hostile, Point> first, previous;
+        auto slope = [](const Point& a, const Point& b, double Point::*t) {
+            return Fixed(std::log(b.*t / a.*t) / std::log(double(b.n) / a.n));
+        };
         for (const Case& c : cases) {
-            if (!cpu_.count(Name(c))) continue;
-            double t = Median(cpu_[Name(c)]);
+            if (!cpu_.count(Name(c)) || !cpu_.count(Name(c, "Floor"))) continue;
             const auto& all = cpu_[Name(c)];
-            const double spread = (*std::max_element(all.begin(), all.end()) - *std::min_element(all.begin(), all.end())) / t;
-            std::string slope = "";
-            if (previous.count(c.family))
-                slope = Fixed(std::log(t / previous[c.family].second) / std::log(double(c.n) / previous[c.family].first));
-            else
-                first[c.family] = {c.n, t};
-            previous[c.family] = {c.n, t};
-            std::printf("| %s | %d | %.1f | %.2f | %.0f %% | %.1f | %.1f | %s |\n", fuzz::HostileName(c.family), c.n,
-                        c.size / 1048576.0, t * 1e3, spread * 100, Median(wall_[Name(c)]) * 1e3, c.peak / 1048576.0,
-                        slope.c_str());
+            const Point p{c.n, Median(all), Median(cpu_[Name(c, "Floor")])};
+            const double spread = (*std::max_element(all.begin(), all.end()) - *std::min_element(all.begin(), all.end())) / p.load;
+            std::string loadSlope, floorSlope;
+            if (previous.count(c.family)) {
+                loadSlope = slope(previous[c.family], p, &Point::load);
+                floorSlope = slope(previous[c.family], p, &Point::floor);
+            } else {
+                first[c.family] = p;
+            }
+            previous[c.family] = p;
+            std::printf("| %s | %d | %.1f | %.2f | %.0f %% | %.1f | %.1f | %s | %.2f | %s |\n", fuzz::HostileName(c.family),
+                        c.n, c.size / 1048576.0, p.load * 1e3, spread * 100, Median(wall_[Name(c)]) * 1e3,
+                        c.peak / 1048576.0, loadSlope.c_str(), p.floor * 1e3, floorSlope.c_str());
         }
-        std::printf("\nSpread: (slowest - fastest) / median of the repetitions.\n");
-        std::printf("\nLog-log slope of load CPU time from the smallest to the largest N (1.00 is linear):\n");
+        std::printf("\nSlope: from the row above. Spread: (slowest - fastest) / median of the repetitions. Floor: the\n"
+                    "file read into a buffer and as much fresh memory as the load's peak written once per cache line.\n");
+        std::printf("\nLog-log slope of CPU time from the smallest to the largest N (1.00 is linear), load and floor:\n");
         for (const auto& [family, start] : first) {
             const auto& last = previous[family];
-            if (last.first == start.first) continue;
-            std::printf("- %s, N %d to %d: %s\n", fuzz::HostileName(family), start.first, last.first,
-                        Fixed(std::log(last.second / start.second) / std::log(double(last.first) / start.first)).c_str());
+            if (last.n == start.n) continue;
+            std::printf("- %s, N %d to %d: %s, floor %s\n", fuzz::HostileName(family), start.n, last.n,
+                        slope(start, last, &Point::load).c_str(), slope(start, last, &Point::floor).c_str());
         }
     }
 
-    static std::string Name(const Case& c) {
-        return std::string("Load/") + fuzz::HostileName(c.family) + "/" + std::to_string(c.n);
+    static std::string Name(const Case& c, const char* kind = "Load") {
+        return std::string(kind) + "/" + fuzz::HostileName(c.family) + "/" + std::to_string(c.n);
     }
 
     static std::string LoadAverage() {
@@ -187,6 +213,10 @@ int main(int argc, char** argv) {
         c.size = fs::file_size(c.file);
         c.peak = MeasurePeak(c.file);
         benchmark::RegisterBenchmark(TableReporter::Name(c).c_str(), BM_Load, &c)
+            ->Unit(benchmark::kMillisecond)
+            ->MinTime(0.2)
+            ->Repetitions(3);
+        benchmark::RegisterBenchmark(TableReporter::Name(c, "Floor").c_str(), BM_Floor, &c)
             ->Unit(benchmark::kMillisecond)
             ->MinTime(0.2)
             ->Repetitions(3);
