@@ -26,7 +26,7 @@ struct HostOptions {
     std::string TemplatesFolder;
     // Per-user settings folder; empty: $XDG_CONFIG_HOME/vantor or ~/.config/vantor.
     std::string SettingsFolder;
-    // Seed of the unique ids; 0 takes a random seed.
+    // Seed of the unique ids; 0 takes $ORCADX_SEED when set, else a random seed.
     uint32_t Seed = 0;
     // A sheet or library closed after it was saved stays in memory, and opening its file again,
     // while the file is as that save left it, gives the same objects back instead of reading the

@@ -439,11 +439,23 @@ public:
 
 // ----- Application state ------------------------------------------------------------------------
 
+// The seed of the unique ids when the caller gives none: $ORCADX_SEED when it holds a number other
+// than 0 (runs that must give the same bytes, e.g. to compare the output of two builds), else a
+// random one.
+uint32_t SeedOfIds() {
+    if (const char* text = std::getenv("ORCADX_SEED")) {
+        char* end = nullptr;
+        const unsigned long seed = std::strtoul(text, &end, 10);
+        if (end != text && *end == '\0' && seed != 0) return static_cast<uint32_t>(seed);
+    }
+    return std::random_device{}();
+}
+
 class AppState {
 public:
     explicit AppState(HostOptions options)
         : options_(std::move(options)),
-          ids_(options_.Seed ? options_.Seed : std::random_device{}()),
+          ids_(options_.Seed ? options_.Seed : SeedOfIds()),
           client_(this) {
         if (options_.WithWorkspace) workspace_ = std::make_unique<WorkspaceImpl>(this);
     }
