@@ -1714,7 +1714,10 @@ std::unique_ptr<ObjectCore> ObjectCore::Clone(bool freshIds) const {
 
 ObjectCore* CoreOf(ISch_BasicContainer* object) { return dynamic_cast<ObjectCore*>(object); }
 
-std::unique_ptr<ObjectCore> MakeObject(SchServer* server, int32_t kind, bool initNew) {
+namespace {
+
+// An object of the kind with no properties and no children; null for a kind the host doesn't know.
+std::unique_ptr<ObjectCore> MakeBare(SchServer* server, int32_t kind) {
     std::unique_ptr<ObjectCore> o;
     switch (kind) {
         case eRectangle: o = std::make_unique<RectangleObj>(server, kind); break;
@@ -1755,8 +1758,90 @@ std::unique_ptr<ObjectCore> MakeObject(SchServer* server, int32_t kind, bool ini
         case eBundleEdge: o = std::make_unique<BundleEdgeObj>(server, kind); break;
         default: return nullptr;
     }
-    if (initNew) o->InitNew();
     return o;
+}
+
+// A copy of a model object and what it holds, each taking its id from `ids` as `idOf` says (`at`
+// runs through the objects in pre-order).
+std::unique_ptr<ObjectCore> CopyModel(SchServer& server, const ObjectCore& from, const std::vector<std::string>& ids,
+                                      const std::vector<size_t>& idOf, size_t& at) {
+    auto copy = MakeBare(&server, from.Kind());
+    copy->Props() = from.Props();
+    const size_t id = at < idOf.size() ? idOf[at] : KindModels::kNoId;
+    ++at;
+    if (id != KindModels::kNoId) copy->SetStr("UniqueId", ids[id]);
+    for (const ObjectCore* child : from.Children()) copy->AddChild(CopyModel(server, *child, ids, idOf, at).release());
+    return copy;
+}
+
+}  // namespace
+
+std::unique_ptr<ObjectCore> MakeObject(SchServer* server, int32_t kind, bool initNew) {
+    if (initNew && kind != eSheet && kind != eSchLib && !server->Models().Building()) {
+        const KindModels::Model* model = server->Models().Of(*server, kind);
+        return model ? server->Models().Make(*server, *model) : nullptr;
+    }
+    auto o = MakeBare(server, kind);
+    if (o && initNew) o->InitNew();
+    return o;
+}
+
+KindModels::~KindModels() = default;
+
+const KindModels::Model* KindModels::Of(SchServer& server, int32_t kind) {
+    if (kind < 0 || kind == eSheet || kind == eSchLib || building_) return nullptr;
+    const auto index = static_cast<size_t>(kind);
+    if (index < models_.size() && models_[index]) return models_[index].get();
+    if (index < unknown_.size() && unknown_[index]) return nullptr;
+    // Made once with InitNew in full, its ids drawn from a source aside and recorded.
+    UniqueIdSource aside(0);
+    std::vector<std::string> drawn;
+    aside.Record = &drawn;
+    UniqueIdSource* real = server.SwapIds(&aside);
+    building_ = true;
+    std::unique_ptr<ObjectCore> object;
+    try {
+        object = MakeObject(&server, kind, true);
+    } catch (...) {
+        building_ = false;
+        server.SwapIds(real);
+        throw;
+    }
+    building_ = false;
+    server.SwapIds(real);
+    if (index >= models_.size()) {
+        models_.resize(index + 1);
+        unknown_.resize(index + 1, false);
+    }
+    if (!object) {
+        unknown_[index] = true;
+        return nullptr;
+    }
+    auto model = std::make_unique<Model>();
+    model->Ids = drawn.size();
+    std::vector<ObjectCore*> pending{object.get()};
+    while (!pending.empty()) {
+        ObjectCore* o = pending.back();
+        pending.pop_back();
+        server.Unregister(o);
+        size_t id = kNoId;
+        if (const auto* own = std::get_if<std::string>(o->Props().Find("UniqueId")))
+            if (auto it = std::find(drawn.begin(), drawn.end(), *own); it != drawn.end())
+                id = static_cast<size_t>(it - drawn.begin());
+        model->IdOf.push_back(id);
+        pending.insert(pending.end(), o->Children().rbegin(), o->Children().rend());
+    }
+    model->Object = std::move(object);
+    models_[index] = std::move(model);
+    return models_[index].get();
+}
+
+std::unique_ptr<ObjectCore> KindModels::Make(SchServer& server, const Model& model) {
+    std::vector<std::string> ids;
+    ids.reserve(model.Ids);
+    for (size_t i = 0; i < model.Ids; ++i) ids.push_back(server.NewUniqueId());
+    size_t at = 0;
+    return CopyModel(server, *model.Object, ids, model.IdOf, at);
 }
 
 const std::vector<int32_t>& KnownKinds() {

@@ -105,6 +105,39 @@ ObjectCore* CoreOf(ISch_BasicContainer* object);
 // host doesn't know.
 std::unique_ptr<ObjectCore> MakeObject(SchServer* server, int32_t kind, bool initNew);
 
+// The defaults of each kind, made once per server: a new object copies the properties and the
+// children that InitNew gives an object of its kind, instead of setting them one at a time. It
+// draws as many unique ids as InitNew draws, in the same order, and each object of it takes the
+// id that InitNew would have given it, so that the session's ids run as if InitNew had run.
+class KindModels {
+public:
+    struct Model {
+        std::unique_ptr<ObjectCore> Object;  // kept out of the server's live objects
+        size_t Ids = 0;                      // ids that InitNew draws
+        // For each object of the model in pre-order (the object first): the index among the ids
+        // drawn of its UniqueId; kNoId for an object without one.
+        std::vector<size_t> IdOf;
+    };
+    static constexpr size_t kNoId = static_cast<size_t>(-1);
+
+    KindModels() = default;
+    KindModels(const KindModels&) = delete;
+    KindModels& operator=(const KindModels&) = delete;
+    ~KindModels();
+
+    // The model of a kind other than a document; null for a document or an unknown kind.
+    const Model* Of(SchServer& server, int32_t kind);
+    // A new object from the model, with its ids drawn from the server.
+    std::unique_ptr<ObjectCore> Make(SchServer& server, const Model& model);
+    // True while a model is being made (its InitNew runs in full, nested objects included).
+    bool Building() const { return building_; }
+
+private:
+    std::vector<std::unique_ptr<Model>> models_;  // by kind; null where none was made yet
+    std::vector<bool> unknown_;                   // kinds found to have no model
+    bool building_ = false;
+};
+
 // Kinds the host can make.
 const std::vector<int32_t>& KnownKinds();
 

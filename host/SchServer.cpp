@@ -125,6 +125,7 @@ void SchServer::Register(ObjectCore* object) {
 }
 
 void SchServer::Unregister(ObjectCore* object) {
+    if (!object->livePrev_ && liveFirst_ != object) return;  // kept out of the list already
     if (object->livePrev_) object->livePrev_->liveNext_ = object->liveNext_;
     else liveFirst_ = object->liveNext_;
     if (object->liveNext_) object->liveNext_->livePrev_ = object->livePrev_;

@@ -87,7 +87,9 @@ public:
     // Puts another id source in place (for objects made aside); returns the one it replaces.
     UniqueIdSource* SwapIds(UniqueIdSource* ids) { return std::exchange(ids_, ids); }
     PropertyNames& Names() { return names_; }
-    // The objects alive, in a list threaded through them (no allocation per object).
+    KindModels& Models() { return models_; }
+    // The objects alive, in a list threaded through them (no allocation per object). Unregistering
+    // an object that is not in the list does nothing.
     void Register(ObjectCore* object);
     void Unregister(ObjectCore* object);
     size_t LiveObjectCount() const { return liveCount_; }
@@ -116,6 +118,7 @@ private:
 
     UniqueIdSource* ids_;
     PropertyNames names_;
+    KindModels models_;
     std::vector<FontSpec> fonts_;  // index = font id; entry 0 repeats the default font
     std::map<std::string, bool> booleanPreferences_;
     ObjectCore* liveFirst_ = nullptr;

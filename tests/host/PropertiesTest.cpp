@@ -155,3 +155,50 @@ TEST(HostProperties, LoadingGivesEachKindItsDefaultsAndDrawsTheIdsOfMakingItNew)
     }
     EXPECT_EQ(loadIds.Next(), makeIds.Next());
 }
+
+TEST(HostProperties, NewObjectsCopyTheirKindsDefaultsAndTakeTheIdsOfMakingThemInFull) {
+    // A component made new holds its designator and its comment, with the ids that setting it up
+    // one property at a time draws, in that order: the component's, the designator's, the comment's.
+    UniqueIdSource ids(11), expected(11);
+    SchServer server(&ids);
+    auto first = MakeObject(&server, eSchComponent, true);
+    std::vector<std::string> drawn;
+    for (int i = 0; i < 4; ++i) drawn.push_back(expected.Next());
+    ASSERT_EQ(first->Children().size(), 2u);
+    EXPECT_EQ(first->GetStr("UniqueId"), drawn[0]);
+    EXPECT_EQ(first->Children()[0]->Kind(), eDesignator);
+    EXPECT_EQ(first->Children()[0]->GetStr("UniqueId"), drawn[1]);
+    EXPECT_EQ(first->Children()[1]->GetStr("Name"), "Comment");
+    EXPECT_EQ(first->Children()[1]->GetStr("UniqueId"), drawn[2]);
+    EXPECT_EQ(MakeObject(&server, eParameter, true)->GetStr("UniqueId"), drawn[3]);
+
+    // What is done to one new object stays with it: the next starts from the defaults again.
+    auto withoutIds = [](ObjectCore& o) {
+        Json j = Json::parse(DocumentToText(o))["document"];
+        std::vector<Json*> pending{&j};
+        while (!pending.empty()) {
+            Json* at = pending.back();
+            pending.pop_back();
+            (*at)["props"].erase("UniqueId");
+            if (at->contains("children"))
+                for (auto& c : (*at)["children"]) pending.push_back(&c);
+        }
+        return j;
+    };
+    const Json defaults = withoutIds(*first);
+    first->SetStr("LibReference", "U1");
+    first->Children()[0]->SetStr("Text", "U1");
+    first->Children()[0]->SetCoord(kLocation, {5, 5});
+    first->AddChild(MakeObject(&server, ePin, true).release());
+    auto second = MakeObject(&server, eSchComponent, true);
+    EXPECT_EQ(withoutIds(*second), defaults);
+    EXPECT_NE(second->Children()[0]->GetStr("UniqueId"), first->Children()[0]->GetStr("UniqueId"));
+
+    // The server counts the objects made, not the defaults it keeps; freeing them leaves none.
+    EXPECT_EQ(server.LiveObjectCount(), 3u + 1u + 3u);
+    first.reset();
+    second.reset();
+    EXPECT_EQ(server.LiveObjectCount(), 0u);
+    auto last = MakeObject(&server, eWire, true);
+    EXPECT_EQ(server.LiveObjectCount(), 1u);
+}
