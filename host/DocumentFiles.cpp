@@ -1,6 +1,8 @@
 #include "host/DocumentFiles.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -157,6 +159,32 @@ private:
     std::unordered_map<int32_t, Kind> kinds_;
 };
 
+// True when no number inside the JSON value is one that JSON can't hold (written as null).
+bool NestedValuesReadBack(const Json& v) {
+    if (v.is_number_float()) return std::isfinite(v.get<double>());
+    if (v.is_structured())
+        return std::all_of(v.begin(), v.end(), [](const Json& e) { return NestedValuesReadBack(e); });
+    return true;
+}
+
+// True when a value written under `name` reads back as the same value of the same shape: a JSON
+// value that the reader would turn into a flag, number, text or points, a number that JSON can't
+// hold, an empty point list (it reads back as JSON) or a font id outside the table would not.
+bool ValueReadsBack(SchServer& server, const std::string& name, const PropertyValue& value) {
+    if (const auto* id = std::get_if<int64_t>(&value)) {
+        FontSpec spec;
+        return !IsFontKey(name) || (*id <= INT32_MAX && server.GetFontSpec(static_cast<int32_t>(*id), spec));
+    }
+    if (const auto* d = std::get_if<double>(&value)) return std::isfinite(*d);
+    if (const auto* points = std::get_if<std::vector<Coord>>(&value)) return !points->empty();
+    if (const auto* j = std::get_if<Json>(&value)) {
+        // A font key's integer is read as an index into the font table.
+        const bool staysJson = KeptAsJson(*j) && !(IsFontKey(name) && j->is_number_integer());
+        return staysJson && NestedValuesReadBack(*j);
+    }
+    return true;  // flags, texts and points
+}
+
 std::unique_ptr<ObjectCore> FromJson(SchServer& server, Defaults& defaults, Json& j,
                                      const std::vector<int32_t>& fontIds, const std::string& where) {
     if (!j.is_object() || !j.contains("kind") || !j["kind"].is_number_integer())
@@ -248,6 +276,41 @@ std::unique_ptr<ObjectCore> DocumentFromText(SchServer& server, const std::strin
     int32_t expected = format == kLibraryFormat ? eSchLib : eSheet;
     if (document->Kind() != expected) throw EApiErr("Document kind does not match its format");
     return document;
+}
+
+bool ReadsBackUnchanged(SchServer& server, const ObjectCore& document) {
+    Defaults defaults(server);
+    std::vector<const ObjectCore*> pending{&document};
+    while (!pending.empty()) {
+        const ObjectCore* object = pending.back();
+        pending.pop_back();
+        if (object != &document && object->IsDocument()) return false;
+        const Defaults::Kind* kind = defaults.Of(object->Kind());
+        if (!kind) return false;
+        // A read starts from the defaults of the kind: every one of them must be in the file.
+        const auto& own = object->Props().Entries();
+        size_t at = 0;
+        for (const auto& entry : kind->Props.Entries()) {
+            while (at < own.size() && *own[at].Name < *entry.Name) ++at;
+            if (at == own.size() || *own[at].Name != *entry.Name) return false;
+        }
+        for (const auto& [name, value] : own)
+            if (!ValueReadsBack(server, *name, value)) return false;
+        pending.insert(pending.end(), object->Children().begin(), object->Children().end());
+    }
+    return true;
+}
+
+void DrawIdsOfReading(SchServer& server, const ObjectCore& document) {
+    // In the order of a read: each object, then its children.
+    Defaults defaults(server);
+    std::vector<const ObjectCore*> pending{&document};
+    while (!pending.empty()) {
+        const ObjectCore* object = pending.back();
+        pending.pop_back();
+        if (const Defaults::Kind* kind = defaults.Of(object->Kind())) server.Ids().Draw(kind->Ids, kind->OwnId);
+        pending.insert(pending.end(), object->Children().rbegin(), object->Children().rend());
+    }
 }
 
 std::unique_ptr<ObjectCore> ReadDocumentFile(SchServer& server, const std::string& path) {

@@ -27,4 +27,12 @@ std::unique_ptr<ObjectCore> DocumentFromText(SchServer& server, const std::strin
 // A document from a file; throws EApiErr when it can't be read.
 std::unique_ptr<ObjectCore> ReadDocumentFile(SchServer& server, const std::string& path);
 
+// True when reading the document back from the file that it saves to gives the same objects with
+// the same properties of the same shapes: each object has every default of its kind, every value
+// keeps its shape in the file and font ids are in the font table. A closed document of which this
+// holds can stand for its file once it forgets the state of the session (ForgetSessionState).
+bool ReadsBackUnchanged(SchServer& server, const ObjectCore& document);
+// Draws from the server the unique ids that reading the document from its file draws.
+void DrawIdsOfReading(SchServer& server, const ObjectCore& document);
+
 }  // namespace orcadx::host::impl

@@ -55,6 +55,20 @@ Coord PointOf(const Json& v) { return {static_cast<int32_t>(v[0].get<int64_t>())
 
 }  // namespace
 
+bool KeptAsJson(const Json& value) {
+    switch (value.type()) {
+        case Json::value_t::boolean:
+        case Json::value_t::number_integer:
+        case Json::value_t::number_float:
+        case Json::value_t::string: return false;
+        case Json::value_t::number_unsigned:
+            return value.get<uint64_t>() > static_cast<uint64_t>(std::numeric_limits<int64_t>::max());
+        case Json::value_t::array:
+            return !IsPoint(value) && (value.empty() || !std::all_of(value.begin(), value.end(), IsPoint));
+        default: return true;
+    }
+}
+
 PropertyValue ValueFromJson(Json&& value) {
     switch (value.type()) {
         case Json::value_t::boolean: return PropertyValue(std::in_place_type<bool>, value.get<bool>());

@@ -64,6 +64,9 @@ private:
 
 // A value from parsed JSON (moved from) and the JSON of a value.
 PropertyValue ValueFromJson(Json&& value);
+// True when ValueFromJson keeps the value as JSON (null, objects, arrays that are no point and no
+// list of points, integers past 64 bits signed).
+bool KeptAsJson(const Json& value);
 Json ValueToJson(const PropertyValue& value);
 
 // JSON text as nlohmann::json's dump(1, '\t') writes it, for a value that stands `depth` levels

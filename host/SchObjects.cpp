@@ -1380,6 +1380,7 @@ public:
         if (bulk_ > 0) --bulk_;
     }
     int32_t BulkDepth() const { return bulk_; }
+    void ForgetSessionState() override { bulk_ = 0; }
     void Translate(int32_t, int32_t) override {}
     void Rotate(Coord, int32_t) override {}
     void MirrorAbout(int32_t) override {}
@@ -1469,6 +1470,10 @@ public:
         return static_cast<int32_t>(std::count_if(Children().begin(), Children().end(),
                                                   [](ObjectCore* c) { return c->Kind() == eSchComponent; }));
     }
+    void ForgetSessionState() override {
+        DocumentBase::ForgetSessionState();
+        current_ = nullptr;
+    }
     bool RemoveSchObject(ISch_BasicContainer* object) override {
         if (CoreOf(object) == current_) current_ = nullptr;
         return DocumentBase::RemoveSchObject(object);
@@ -1506,6 +1511,7 @@ void ObjectCore::InsertChild(size_t index, ObjectCore* child) {
     for (ObjectCore* p = this; p; p = p->parent_)
         if (p == child) throw EApiErr("An object cannot hold itself");
     if (child->parent_ == this) return;
+    server_->Touch();
     if (child->parent_) child->parent_->RemoveChild(child);
     child->parent_ = this;
     children_.insert(children_.begin() + std::min(index, children_.size()), child);
@@ -1514,6 +1520,7 @@ void ObjectCore::InsertChild(size_t index, ObjectCore* child) {
 bool ObjectCore::RemoveChild(ObjectCore* child) {
     auto it = std::find(children_.begin(), children_.end(), child);
     if (it == children_.end()) return false;
+    server_->Touch();
     children_.erase(it);
     child->parent_ = nullptr;
     return true;
@@ -1552,7 +1559,20 @@ Coord PointOfJson(const Json& v) {
 
 }  // namespace
 
-PropertyValue& ObjectCore::Slot(std::string_view name) { return props_.Slot(server_->Names(), name); }
+PropertyValue& ObjectCore::Slot(std::string_view name) {
+    server_->Touch();
+    return props_.Slot(server_->Names(), name);
+}
+
+PropertyStore& ObjectCore::Props() {
+    server_->Touch();
+    return props_;
+}
+
+void ObjectCore::Erase(const char* name) {
+    server_->Touch();
+    props_.Erase(name);
+}
 
 int32_t ObjectCore::GetInt(const char* name, int32_t def) const {
     const PropertyValue* v = props_.Find(name);
@@ -1787,6 +1807,11 @@ std::unique_ptr<ObjectCore> MakeObject(SchServer* server, int32_t kind, bool ini
 }
 
 KindModels::~KindModels() = default;
+
+void KindModels::Clear() {
+    models_.clear();
+    unknown_.clear();
+}
 
 const KindModels::Model* KindModels::Of(SchServer& server, int32_t kind) {
     if (kind < 0 || kind == eSheet || kind == eSchLib || building_) return nullptr;

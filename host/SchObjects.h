@@ -42,15 +42,18 @@ public:
     // The document that holds this object (itself for a document), or null.
     ObjectCore* Root();
     virtual bool IsDocument() const { return false; }
+    // Drops the state of the session that the object holds besides its properties and children (a
+    // document's bulk change, a library's current component), as a document read from its file is.
+    virtual void ForgetSessionState() {}
     // True when the object stands (at any depth) in a library document.
     bool InLibrary();
     // The component holding this object (at any depth), or null.
     ObjectCore* OwnerComponent();
 
-    PropertyStore& Props() { return props_; }
+    PropertyStore& Props();  // counts as a change
     const PropertyStore& Props() const { return props_; }
     bool Has(const char* name) const { return props_.Find(name) != nullptr; }
-    void Erase(const char* name) { props_.Erase(name); }
+    void Erase(const char* name);
     int32_t GetInt(const char* name, int32_t def = 0) const;
     void SetInt(const char* name, int32_t value);
     bool GetBool(const char* name, bool def = false) const;
@@ -131,6 +134,7 @@ public:
     std::unique_ptr<ObjectCore> Make(SchServer& server, const Model& model);
     // True while a model is being made (its InitNew runs in full, nested objects included).
     bool Building() const { return building_; }
+    void Clear();
 
 private:
     std::vector<std::unique_ptr<Model>> models_;  // by kind; null where none was made yet

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "host/DocumentFiles.h"
+
 namespace orcadx::host::impl {
 
 namespace {
@@ -94,6 +96,9 @@ SchServer::SchServer(UniqueIdSource* ids) : ids_(ids) {
 }
 
 SchServer::~SchServer() {
+    // The server's own objects first, while the server is whole.
+    closed_.clear();
+    models_.Clear();
     // Objects that nobody destroyed: free the roots, which free what they hold.
     while (liveFirst_) {
         ObjectCore* any = liveFirst_;
@@ -176,7 +181,12 @@ ISch_Component* SchServer::LoadComponent(const std::string& name, const std::str
     if (ISch_Document* open = GetSchDocumentByPath(libraryPath)) {
         ObjectCore* lib = CoreOf(open);
         if (lib->Kind() == eSchLib) found = findIn(lib);
-    } else if (DetachedLibrary* library = DetachedLibraryOf(libraryPath)) {
+    } else if (ClosedLibrary* library = DetachedLibraryOf(libraryPath)) {
+        if (!library->Indexed) {
+            for (ObjectCore* c : library->Document->Children())
+                if (c->Kind() == eSchComponent) library->Components.emplace(UpperCase(Trim(c->GetStr("LibReference"))), c);
+            library->Indexed = true;
+        }
         auto it = library->Components.find(UpperCase(wanted));
         if (it != library->Components.end()) found = it->second;
     }
@@ -186,35 +196,93 @@ ISch_Component* SchServer::LoadComponent(const std::string& name, const std::str
     return dynamic_cast<ISch_Component*>(copy.release()->Iface());
 }
 
-SchServer::DetachedLibrary* SchServer::DetachedLibraryOf(const std::string& path) {
-    if (!LoadDetached) return nullptr;
-    std::error_code timeError, sizeError;
-    const std::string normal = NormalizePath(path);
-    const auto time = std::filesystem::last_write_time(normal, timeError);
-    const uintmax_t size = std::filesystem::file_size(normal, sizeError);
-    if (timeError || sizeError) return nullptr;
-    if (detached_ && detached_->Path == normal && detached_->Time == time && detached_->Size == size)
-        return detached_.get();
-    detached_.reset();
-    std::unique_ptr<ObjectCore> document = LoadDetached(path);
-    if (!document || document->Kind() != eSchLib) return nullptr;
-    auto library = std::make_unique<DetachedLibrary>();
-    library->Path = normal;
-    library->Time = time;
-    library->Size = size;
-    for (ObjectCore* c : document->Children())
-        if (c->Kind() == eSchComponent) library->Components.emplace(UpperCase(Trim(c->GetStr("LibReference"))), c);
-    // The kept copy is the server's own: it doesn't count among the objects that callers hold.
-    std::vector<ObjectCore*> pending{document.get()};
+namespace {
+
+// The objects of a document out of the list of live objects, or back in it.
+void SetLive(SchServer& server, ObjectCore* document, bool live) {
+    std::vector<ObjectCore*> pending{document};
     while (!pending.empty()) {
         ObjectCore* o = pending.back();
         pending.pop_back();
-        Unregister(o);
+        if (live) server.Register(o);
+        else server.Unregister(o);
         pending.insert(pending.end(), o->Children().begin(), o->Children().end());
     }
+}
+
+bool FileStat(const std::string& normal, std::filesystem::file_time_type& time, uintmax_t& size) {
+    std::error_code timeError, sizeError;
+    time = std::filesystem::last_write_time(normal, timeError);
+    size = std::filesystem::file_size(normal, sizeError);
+    return !timeError && !sizeError;
+}
+
+}  // namespace
+
+std::vector<std::unique_ptr<SchServer::ClosedLibrary>>::iterator SchServer::FindClosed(const std::string& normal) {
+    auto it = std::find_if(closed_.begin(), closed_.end(), [&](const auto& c) { return c->Path == normal; });
+    if (it == closed_.end()) return it;
+    std::filesystem::file_time_type time;
+    uintmax_t size = 0;
+    if (FileStat(normal, time, size) && (*it)->Time == time && (*it)->Size == size) return it;
+    closed_.erase(it);
+    return closed_.end();
+}
+
+SchServer::ClosedLibrary* SchServer::DetachedLibraryOf(const std::string& path) {
+    const std::string normal = NormalizePath(path);
+    auto it = FindClosed(normal);
+    if (it != closed_.end()) {
+        // A library kept when it was closed stands for the read of its file made here.
+        if (!(*it)->AsRead) DrawIdsOfReading(*this, *(*it)->Document);
+        (*it)->AsRead = true;
+        std::rotate(closed_.begin(), it, it + 1);
+        return closed_.front().get();
+    }
+    if (!LoadDetached) return nullptr;
+    std::filesystem::file_time_type time;
+    uintmax_t size = 0;
+    if (!FileStat(normal, time, size)) return nullptr;
+    std::unique_ptr<ObjectCore> document = LoadDetached(path);
+    if (!document || document->Kind() != eSchLib) return nullptr;
+    // The kept copy is the server's own: it doesn't count among the objects that callers hold.
+    SetLive(*this, document.get(), false);
+    auto library = std::make_unique<ClosedLibrary>();
+    library->Path = normal;
+    library->Time = time;
+    library->Size = size;
     library->Document = std::move(document);
-    detached_ = std::move(library);
-    return detached_.get();
+    library->AsRead = true;
+    closed_.insert(closed_.begin(), std::move(library));
+    if (closed_.size() > kClosedLibraries) closed_.pop_back();
+    return closed_.front().get();
+}
+
+void SchServer::KeepClosedLibrary(std::unique_ptr<ObjectCore> document, const std::string& path,
+                                  std::filesystem::file_time_type time, uintmax_t size) {
+    if (!document || document->Kind() != eSchLib) return;
+    const std::string normal = NormalizePath(path);
+    std::erase_if(closed_, [&](const auto& c) { return c->Path == normal; });
+    document->ForgetSessionState();
+    SetLive(*this, document.get(), false);
+    auto library = std::make_unique<ClosedLibrary>();
+    library->Path = normal;
+    library->Time = time;
+    library->Size = size;
+    library->Document = std::move(document);
+    closed_.insert(closed_.begin(), std::move(library));
+    if (closed_.size() > kClosedLibraries) closed_.pop_back();
+}
+
+std::unique_ptr<ObjectCore> SchServer::TakeClosedLibrary(const std::string& path) {
+    auto it = FindClosed(NormalizePath(path));
+    if (it == closed_.end()) return nullptr;
+    std::unique_ptr<ObjectCore> document = std::move((*it)->Document);
+    closed_.erase(it);
+    // Stands for a read of the file: the ids such a read draws are drawn.
+    DrawIdsOfReading(*this, *document);
+    SetLive(*this, document.get(), true);
+    return document;
 }
 
 int32_t SchServer::GetFontID(int32_t size, int32_t rotation, bool underline, bool italic, bool bold, bool strikeout,

@@ -104,17 +104,38 @@ public:
     // Loads a document file that is not open, for reading (library components, compile).
     std::function<std::unique_ptr<ObjectCore>(const std::string& path)> LoadDetached;
 
+    // Changes to objects of this server (properties set or erased, children added or removed),
+    // counted so that a document can tell whether it changed since it was saved.
+    uint64_t Changes() const { return changes_; }
+    void Touch() { ++changes_; }
+
+    // Keeps a library document that was closed as its file `path` reads back (the file's time and
+    // size given), so that a later use of the file needs no read; its objects leave the list of
+    // live objects. The least recently used library goes when more are kept.
+    void KeepClosedLibrary(std::unique_ptr<ObjectCore> document, const std::string& path,
+                           std::filesystem::file_time_type time, uintmax_t size);
+    // The kept library of the file at `path` when the file is still the one it was kept as, taken
+    // out of the keeping, its objects live again and the ids that a read of the file draws drawn;
+    // else null.
+    std::unique_ptr<ObjectCore> TakeClosedLibrary(const std::string& path);
+
 private:
-    // A library file that is not open, read once and kept while the file stays the same, with its
+    // A library file that is not open, read or kept while the file stays the same, with its
     // components by trimmed, upper-cased library reference (the first of equal names).
-    struct DetachedLibrary {
+    struct ClosedLibrary {
         std::string Path;
         std::filesystem::file_time_type Time;
         uintmax_t Size = 0;
         std::unique_ptr<ObjectCore> Document;
         std::unordered_map<std::string, ObjectCore*> Components;
+        bool Indexed = false;  // Components made
+        bool AsRead = false;   // stands for a read of the file already made in this session
     };
-    DetachedLibrary* DetachedLibraryOf(const std::string& path);
+    static constexpr size_t kClosedLibraries = 2;
+    ClosedLibrary* DetachedLibraryOf(const std::string& path);
+    // The kept library of a normalised path whose file is still the one kept, else null (a stale
+    // one is dropped).
+    std::vector<std::unique_ptr<ClosedLibrary>>::iterator FindClosed(const std::string& normal);
 
     UniqueIdSource* ids_;
     PropertyNames names_;
@@ -125,8 +146,9 @@ private:
     size_t liveCount_ = 0;
     std::vector<std::pair<ObjectCore*, std::string>> documents_;
     ObjectCore* current_ = nullptr;
-    // Declared last: its objects go before the list of live objects does.
-    std::unique_ptr<DetachedLibrary> detached_;
+    uint64_t changes_ = 0;
+    // Most recently used first.
+    std::vector<std::unique_ptr<ClosedLibrary>> closed_;
 };
 
 // Normal form of a path as the host compares paths: "\" becomes "/", "." and ".." are resolved,

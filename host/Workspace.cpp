@@ -245,6 +245,9 @@ public:
     ObjectCore* Doc() { return doc_.get(); }
     // The document's objects, taken out of the server: the document is closed without them.
     std::unique_ptr<ObjectCore> TakeDoc();
+    // True when nothing changed since the document was last saved and its file is still the one
+    // written then (its time and size given).
+    bool AsSaved(fs::file_time_type& time, uintmax_t& size);
     void SetShown(bool shown) { shown_ = shown; }
     void SetView(CoordRect r) { view_ = r; }
 
@@ -256,6 +259,12 @@ private:
     bool modified_ = false;
     bool shown_ = false;
     CoordRect view_{};
+    // The last save: the file, the server's count of changes then, and the file's time and size.
+    bool saved_ = false;
+    std::string savedPath_;
+    uint64_t savedChanges_ = 0;
+    fs::file_time_type savedTime_{};
+    uintmax_t savedSize_ = 0;
 };
 
 class Client final : public IClient {
@@ -540,11 +549,27 @@ bool ServerDoc::DoFileSave(const std::string& format) {
     try {
         WriteDocumentFile(*doc_, path_);
     } catch (const EApiErr& e) {
+        saved_ = false;
         client_->errorBoxes_.push_back(std::string("Error: ") + e.what());
         return false;
     }
     modified_ = false;
+    std::error_code timeError, sizeError;
+    savedTime_ = fs::last_write_time(path_, timeError);
+    savedSize_ = fs::file_size(path_, sizeError);
+    saved_ = !timeError && !sizeError;
+    savedPath_ = path_;
+    savedChanges_ = client_->App()->EnsureServer()->Changes();
     return true;
+}
+
+bool ServerDoc::AsSaved(fs::file_time_type& time, uintmax_t& size) {
+    SchServer* server = client_->App()->Server();
+    if (!saved_ || savedPath_ != path_ || !server || server->Changes() != savedChanges_) return false;
+    std::error_code timeError, sizeError;
+    time = fs::last_write_time(path_, timeError);
+    size = fs::file_size(path_, sizeError);
+    return !timeError && !sizeError && time == savedTime_ && size == savedSize_;
 }
 
 void ServerDoc::SetFileName(const std::string& path) {
@@ -590,6 +615,8 @@ IServerDocument* Client::OpenDocument(const std::string& kind, const std::string
     if (fs::file_size(p, ec) == 0) {
         // An empty file is a new document of the kind.
         doc = MakeObject(server, k == "SCH" ? eSheet : eSchLib, true);
+    } else if (k == "SCHLIB" && (doc = server->TakeClosedLibrary(p))) {
+        // A library closed as its file reads back: no read.
     } else {
         try {
             doc = ReadDocumentFile(*server, p);
@@ -622,8 +649,18 @@ void Client::CloseDocument(IServerDocument* document) {
     if (it == docs_.end()) return;
     if (current_ == it->get()) current_ = nullptr;
     ServerDoc& doc = **it;
+    // A library closed as it was saved is kept by the server, to stand for its file when it is
+    // used again (components placed from it, opened again).
+    SchServer* server = app_->Server();
+    fs::file_time_type time;
+    uintmax_t size = 0;
+    if (server && doc.Doc()->Kind() == eSchLib && doc.AsSaved(time, size) && ReadsBackUnchanged(*server, *doc.Doc())) {
+        const std::string path = doc.GetFileName();
+        server->KeepClosedLibrary(doc.TakeDoc(), path, time, size);
+    }
     ClosedDocument closed;
-    if (app_->options_.KeepClosedDocuments && !doc.GetModified() && FileStamp(doc.GetFileName(), closed.Size, closed.Time)) {
+    if (doc.Doc() && app_->options_.KeepClosedDocuments && !doc.GetModified() &&
+        FileStamp(doc.GetFileName(), closed.Size, closed.Time)) {
         closed.Kind = doc.GetKind();
         std::string path = doc.GetFileName();
         closed.Doc = doc.TakeDoc();

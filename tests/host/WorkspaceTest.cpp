@@ -1,6 +1,7 @@
 // Client, projects, options store, processes and the document helpers the translator uses.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <fstream>
 
 #include <nlohmann/json.hpp>
@@ -397,4 +398,86 @@ TEST(HostWorkspace, ComponentsOfAClosedLibraryFollowItsFile) {
     app.SchServer()->DestroySchObject(changed);
     std::filesystem::remove(path);
     EXPECT_EQ(app.SchServer()->LoadComponent("CAP/X", path), nullptr);
+}
+
+// A library closed right after its save is kept by the server and stands for its file: placing its
+// components and opening it again give what reading the file gives (objects, current component,
+// ids drawn, live objects) without a read. A library changed after its save, or whose file changed,
+// is read.
+TEST(HostWorkspace, LibraryClosedAsSavedStandsForItsFile) {
+    struct Outcome {
+        std::string placedId, placedDescription, current, saved, nextId;
+        size_t live = 0;
+    };
+    enum Case { Kept, FileTouched, ChangedAfterSave };
+    auto run = [](Case what) {
+        auto dir = orcadx::test::ScratchDir("host_kept_library_" + std::to_string(what));
+        HostApplication app(orcadx::test::Options(21));
+        const std::string path = (dir / "Parts.SchLib").string();
+        ISch_Lib* library = orcadx::test::BuildSampleLibrary(app, path);
+        library->BeginBulkChange();
+        library->SetState_CurrentSchComponent(library->GetState_SchComponentByLibRef("CAP/X"));
+        if (what == ChangedAfterSave)
+            library->GetState_SchComponentByLibRef("RES")->SetState_ComponentDescription("never saved");
+        CloseServerDocument(app, library);
+        // The same bytes under a new time: the file must be read again.
+        auto touch = [&] {
+            if (what != FileTouched) return;
+            const auto time = std::filesystem::last_write_time(path);
+            std::filesystem::last_write_time(path, time + std::chrono::seconds(5));
+        };
+        touch();
+        Outcome out;
+        ISch_Component* placed = app.SchServer()->LoadComponent("RES", path);
+        EXPECT_NE(placed, nullptr);
+        if (!placed) return out;
+        out.placedId = placed->GetState_UniqueId();
+        out.placedDescription = placed->GetState_ComponentDescription();
+        app.SchServer()->DestroySchObject(placed);
+        touch();
+        IServerDocument* opened = app.OpenDocumentFile(path);
+        auto* reopened = dynamic_cast<ISch_Lib*>(app.SchDocumentOf(opened));
+        EXPECT_NE(reopened, nullptr);
+        if (!reopened) return out;
+        out.current = reopened->GetState_CurrentSchComponent()->GetState_LibReference();
+        reopened->BeginBulkChange();
+        reopened->EndBulkChange();
+        out.live = app.LiveObjectCount();
+        opened->SetFileName((dir / "Copy.SchLib").string());
+        EXPECT_TRUE(opened->DoFileSave("Binary"));
+        out.saved = orcadx::test::ReadFile(dir / "Copy.SchLib");
+        out.nextId = app.Workspace()->GenerateUniqueId();
+        return out;
+    };
+    const Outcome kept = run(Kept), read = run(FileTouched), changed = run(ChangedAfterSave);
+    for (const Outcome* o : {&kept, &changed}) {
+        EXPECT_EQ(o->placedId, read.placedId);
+        EXPECT_EQ(o->placedDescription, read.placedDescription);
+        EXPECT_EQ(o->current, "RES");  // the first component, as in a library just read
+        EXPECT_EQ(o->live, read.live);
+        EXPECT_EQ(o->saved, read.saved);
+        EXPECT_EQ(o->nextId, read.nextId);
+    }
+    EXPECT_EQ(read.current, "RES");
+    EXPECT_EQ(changed.saved.find("never saved"), std::string::npos);
+    EXPECT_FALSE(kept.saved.empty());
+
+    // Another program rewrites the file: what is kept no longer counts.
+    auto dir = orcadx::test::ScratchDir("host_kept_library_rewritten");
+    const std::string path = (dir / "Parts.SchLib").string();
+    HostApplication app(orcadx::test::Options(22));
+    CloseServerDocument(app, orcadx::test::BuildSampleLibrary(app, path));
+    {
+        HostApplication other(orcadx::test::Options(23));
+        other.StartSchServer();
+        IServerDocument* opened = other.OpenDocumentFile(path);
+        auto* library = dynamic_cast<ISch_Lib*>(other.SchDocumentOf(opened));
+        ASSERT_NE(library, nullptr);
+        library->GetState_SchComponentByLibRef("RES")->SetState_ComponentDescription("rewritten");
+        SaveDocument(other, opened, true, "Binary");
+    }
+    ISch_Component* placed = app.SchServer()->LoadComponent("RES", path);
+    ASSERT_NE(placed, nullptr);
+    EXPECT_EQ(placed->GetState_ComponentDescription(), "rewritten");
+    app.SchServer()->DestroySchObject(placed);
 }
