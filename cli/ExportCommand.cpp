@@ -230,8 +230,8 @@ void AddExportCommand(CLI::App& app) {
     cmd->add_option("input", opt.input, "Schematic library, project or sheet")->required();
     cmd->add_option("-o,--output", opt.output, "Capture file to write")->required();
     cmd->add_option("--version", opt.version,
-                    "OrcadVersion to write, in decimal: 65537 (0x00010001, Capture 7.1, the default), 65538, or "
-                    "131075 and 196611, whose size headers can't hold properties of pins nor pages")
+                    "OrcadVersion to write, in decimal: 65537 (0x00010001, Capture 7.1, the default), 1, 2, 65538, "
+                    "or 131075 and 196611, which carry size headers")
         ->capture_default_str();
     cmd->callback([] { throw ExitRequest{Run(opt)}; });
 }

@@ -95,6 +95,13 @@ void TDboStorableObject::SaveExtraData(TDboIStream& stream) {
 }
 
 int64_t TDboStorableObject::FullObjectSize() {
+    // A record whose headers are measured is measured whole: written to a scratch stream.
+    if (MeasuresHeader() && Headered()) {
+        TDboIStream scratch(platform::CfbStream::CreateMemory(ClassName()));
+        Save(scratch);
+        EndRecord(scratch);
+        return static_cast<int64_t>(scratch.Size());
+    }
     int64_t v;
     GetHeaderRecord(HeaderRecordCount(), v);
     return v;
@@ -107,6 +114,23 @@ void TDboStorableObject::ComputeHeaderRecords() {
     HeaderRecords.assign(std::max(n, 0), 0);
     for (int i = 0; i < n; ++i) GetHeaderRecord(i, HeaderRecords[n - 1 - i]);
     Header = HeaderRecords.empty() ? 0 : HeaderRecords[0];
+}
+
+void TDboStorableObject::CloseHeaderRecord(TDboIStream& stream, uint64_t before) {
+    if (OpenHeaders.empty()) return;
+    const uint64_t start = OpenHeaders.back();
+    const size_t index = OpenHeaders.size() - 1;
+    OpenHeaders.pop_back();
+    const uint64_t end = stream.Position() - before;
+    if (end < start) throw Exception(fmt::format("Size header {} of {} ends before it begins", index, ClassName()));
+    const auto value = static_cast<int64_t>(end - start);
+    stream.PatchInt64(index == 0 ? "Header" : "Header_", start - 8, value);
+    if (index < HeaderRecords.size()) HeaderRecords[index] = value;
+    if (index == 0) Header = value;
+}
+
+void TDboStorableObject::EndRecord(TDboIStream& stream) {
+    while (!OpenHeaders.empty()) CloseHeaderRecord(stream);
 }
 
 void TDboStorableObject::LoadHeader(TDboIStream& stream) {
@@ -139,6 +163,14 @@ void TDboStorableObject::LoadSimpleHeader(TDboIStream& stream) {
 void TDboStorableObject::SaveSimpleHeader(TDboIStream& stream) {
     if (LeadByte) stream.WriteByte("UnknownB", LeadByteValue);
     if (!Headered()) return;
+    if (MeasuresHeader()) {
+        if (HeaderRecordCount() != 1) throw Exception(fmt::format("Wrong header size for {}", ClassName()));
+        HeaderRecords.assign(1, 0);
+        stream.WriteByte("ID", ID);
+        stream.WriteInt64("Header", 0);
+        OpenHeaders.assign(1, stream.Position());
+        return;
+    }
     ComputeHeaderRecords();
     if (HeaderRecords.size() != 1) throw Exception(fmt::format("Wrong header size for {}", ClassName()));
     stream.WriteByte("ID", ID);
@@ -179,6 +211,20 @@ void TDboStorableObject::SaveExtendedHeader(TDboIStream& stream) {
     }
     int n = HeaderRecordCount();
     if (n < 1) throw Exception(fmt::format("HeaderRecordCount must be defined for {}", ClassName()));
+    if (MeasuresHeader()) {
+        HeaderRecords.assign(n, 0);
+        OpenHeaders.clear();
+        for (int i = 0; i < n; ++i) {
+            stream.WriteByte("ID", ID);
+            stream.WriteInt64("Header_", 0);
+            OpenHeaders.push_back(stream.Position());
+        }
+        stream.WriteByte("ID", ID);
+        SaveUserProps(stream);
+        SaveExtraData(stream);
+        CloseHeaderRecord(stream);
+        return;
+    }
     ComputeHeaderRecords();
     for (int i = 0; i < n; ++i) {
         stream.WriteByte("ID", ID);
@@ -246,6 +292,7 @@ int TDboStorableList::Save(TDboIStream& stream) {
         if (!item) continue;
         stream.WriteBegin(item->ClassName());
         item->Save(stream);
+        item->EndRecord(stream);
         stream.WriteEnd(item->ClassName());
     }
     stream.WriteEnd(ClassName());
@@ -434,6 +481,11 @@ int TDboPropNameVal::Load(TDboIStream& stream) {
 }
 
 int TDboPropNameVal::Save(TDboIStream& stream) {
+    if (Headered()) {
+        stream.WriteInt("NameIdx", NameIdx);
+        stream.WriteInt("ValueIdx", ValueIdx);
+        return 0;
+    }
     stream.WriteWord("NameIdx", static_cast<uint16_t>(NameIdx));
     stream.WriteWord("ValueIdx", static_cast<uint16_t>(ValueIdx));
     return 0;

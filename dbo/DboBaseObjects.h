@@ -99,6 +99,15 @@ public:
     void SaveHeader(TDboIStream& stream);
     // Fills HeaderRecords from GetHeaderRecord: record N-1-i is GetHeaderRecord(i).
     void ComputeHeaderRecords();
+
+    // Records whose size headers are measured as they are written, not computed beforehand: in a
+    // headered file SaveHeader leaves the headers open. The last one stored counts the rest of the
+    // frame and is closed with it; each group of fields that ends closes the last one still open
+    // (CloseHeaderRecord, `before` bytes back from the position when the group ends inside a
+    // field), and EndRecord closes the rest at the record's end, the first one stored last.
+    virtual bool MeasuresHeader() const { return false; }
+    void CloseHeaderRecord(TDboIStream& stream, uint64_t before = 0);
+    void EndRecord(TDboIStream& stream);
     // 0 when the file isn't headered, else 8 + the extra data.
     int64_t ExtraDataSize() const;
 
@@ -106,6 +115,9 @@ public:
     bool Extended() const;
 
 protected:
+    // Where the count of each open size header begins: just behind its Int64.
+    std::vector<uint64_t> OpenHeaders;
+
     void LoadSimpleHeader(TDboIStream& stream);
     void SaveSimpleHeader(TDboIStream& stream);
     void LoadExtendedHeader(TDboIStream& stream);
@@ -244,6 +256,8 @@ public:
     int32_t ValueIdx = 0;
     int Load(TDboIStream& stream) override;
     int Save(TDboIStream& stream) override;
+    // Two Ints in a headered file, two Words in any other.
+    int64_t FullObjectSize() override { return Headered() ? 8 : 4; }
 };
 
 class TDboPropNameValList : public TDboSimpleObjectList {

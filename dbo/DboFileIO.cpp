@@ -192,6 +192,17 @@ int TDboIStream::WriteInt64(std::string_view, int64_t value) {
     return Write(b, 8);
 }
 
+void TDboIStream::PatchInt64(std::string_view name, uint64_t position, int64_t value) {
+    const uint64_t end = stream_->Position();
+    uint64_t moved = 0;
+    if (position + 8 > end || stream_->Seek(static_cast<int64_t>(position), platform::SeekOrigin::Begin, &moved) !=
+                                  platform::kS_OK)
+        throw EDboFileIO(fmt::format("Cannot write field \"{}\" at stream offset {:08X} of {}", name, position,
+                                     GetName()));
+    WriteInt64(name, value);
+    stream_->Seek(static_cast<int64_t>(end), platform::SeekOrigin::Begin, &moved);
+}
+
 int TDboIStream::WriteStr(std::string_view name, const std::string& value) {
     std::string raw = platform::Utf8ToAnsi(value);
     if (raw.size() > 0xFFFF) raw.resize(0xFFFF);

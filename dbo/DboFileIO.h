@@ -92,6 +92,9 @@ public:
     int WriteStr(std::string_view name, const std::string& value);
     int WriteData(std::string_view name, const void* buffer, uint32_t size);
     int WriteData(std::string_view name, const std::vector<uint8_t>& data);
+    // Writes an Int64 over the eight bytes at `position` of a stream being written, and goes back
+    // to where it was: a size header filled in once its record's bytes are known.
+    void PatchInt64(std::string_view name, uint64_t position, int64_t value);
 
     // The next byte, with the position unchanged.
     uint8_t LookAhead();

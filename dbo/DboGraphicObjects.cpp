@@ -95,9 +95,10 @@ int TDboUnknown_02::Save(TDboIStream& stream) {
 void TDboLibObject::Initialize() {
     TDboObject::Initialize();
     HasExtraBlock = true;
+    EmbeddedWithBlock = false;
 }
 
-bool TDboLibObject::WritesExtraBlock() const { return !Embedded && HasExtraBlock; }
+bool TDboLibObject::WritesExtraBlock() const { return Embedded ? EmbeddedWithBlock : HasExtraBlock; }
 
 void TDboLibObject::GetHeaderRecord(int index, int64_t& value) {
     if (index == 0) {
@@ -121,6 +122,7 @@ int TDboLibObject::Load(TDboIStream& stream) {
         uint64_t before = stream.Position();
         LoadExtraData(stream);
         HasExtraBlock = stream.Position() != before;
+        EmbeddedWithBlock = Embedded && HasExtraBlock;
     }
     return 0;
 }
@@ -537,6 +539,7 @@ int TDboLibIEEE::Save(TDboIStream& stream) {
     stream.WriteWord("LocationY", LocationY);
     Graphics.Save(stream);
     stream.WriteStr("IEEESym", IEEESym);
+    EndRecord(stream);
     return 0;
 }
 
@@ -555,7 +558,7 @@ void TDboGraphicInstance::Initialize() {
     LocationX = LocationY = 0;
     ObjectType = 0;
     ID_02 = 0;
-    UnknownB = 0;
+    UnknownB = UnknownB2 = UnknownB3 = 0;
     std::memset(UnknownB8, 0, sizeof UnknownB8);
     std::memset(UnknownB11, 0, sizeof UnknownB11);
     std::memset(UnknownB12, 0, sizeof UnknownB12);
@@ -588,8 +591,8 @@ int TDboGraphicInstance::Load(TDboIStream& stream) {
     stream.ReadByte("ObjectType", ObjectType);
     stream.ReadByte("UnknownB", UnknownB);
     if (headered) {
-        stream.ReadByte("UnknownB", UnknownB);
-        stream.ReadByte("UnknownB", UnknownB);
+        stream.ReadByte("UnknownB2", UnknownB2);
+        stream.ReadByte("UnknownB3", UnknownB3);
         stream.ReadByte("ID_02", ID_02);
         Unknown02->Load(stream);
         stream.ReadData("UnknownB12", UnknownB12, sizeof UnknownB12);
@@ -626,11 +629,14 @@ int TDboGraphicInstance::Save(TDboIStream& stream) {
     stream.WriteByte("ObjectType", ObjectType);
     stream.WriteByte("UnknownB", UnknownB);
     if (headered) {
-        stream.WriteByte("UnknownB", UnknownB);
-        stream.WriteByte("UnknownB", UnknownB);
+        stream.WriteByte("UnknownB2", UnknownB2);
+        stream.WriteByte("UnknownB3", UnknownB3);
         stream.WriteByte("ID_02", ID_02);
         Unknown02->Save(stream);
         stream.WriteData("UnknownB12", UnknownB12, sizeof UnknownB12);
+        // The inner record's middle size header counts half of "UnknownB12"; its first one counts
+        // to the end of the instance, as the instance's own does.
+        Unknown02->CloseHeaderRecord(stream, 6);
     } else {
         stream.WriteInt("Name", Name);
         stream.WriteInt("Owner", Owner);
@@ -641,6 +647,8 @@ int TDboGraphicInstance::Save(TDboIStream& stream) {
     }
     if (TDboLibObject* lib = GetLibObject()) lib->Save(stream);
     if (Extended()) stream.WriteData("UnknownB8", UnknownB8, sizeof UnknownB8);
+    Unknown02->EndRecord(stream);
+    EndRecord(stream);
     return 0;
 }
 

@@ -77,6 +77,7 @@ public:
     void Initialize() override;
     int HeaderKind() const override { return 2; }
     int HeaderRecordCount() const override { return 3; }
+    bool MeasuresHeader() const override { return true; }
     int Load(TDboIStream& stream) override;
     int Save(TDboIStream& stream) override;
 };
@@ -96,6 +97,8 @@ public:
     // Capture writes library objects both with and without the extra-data block. A record read
     // from a headered file without one is written back without one; any other has it.
     bool HasExtraBlock = true;
+    // An embedded object read with the block (Capture writes some so) is written back with it.
+    bool EmbeddedWithBlock = false;
 
     void Initialize() override;
     int HeaderKind() const override { return 1; }
@@ -306,7 +309,8 @@ public:
     void Initialize() override;
     int HeaderKind() const override { return 2; }
     int HeaderRecordCount() const override { return 2; }
-    // No headered file is written with an IEEE symbol in it: raises.
+    // Its sizes are measured as it is written; asked to compute them, it raises.
+    bool MeasuresHeader() const override { return true; }
     void GetHeaderRecord(int index, int64_t& value) override;
     int Load(TDboIStream& stream) override;
     int Save(TDboIStream& stream) override;
@@ -328,6 +332,7 @@ public:
     uint8_t ID_02 = 0;
     std::unique_ptr<TDboUnknown_02> Unknown02;
     uint8_t UnknownB = 0;
+    uint8_t UnknownB2 = 0, UnknownB3 = 0;  // behind UnknownB in headered files
     uint8_t UnknownB8[8] = {};
     uint8_t UnknownB11[11] = {};
     uint8_t UnknownB12[12] = {};
@@ -342,6 +347,7 @@ public:
     void Initialize() override;
     int HeaderKind() const override { return 2; }
     int HeaderRecordCount() const override { return 2; }
+    bool MeasuresHeader() const override { return true; }
     int Load(TDboIStream& stream) override;
     int Save(TDboIStream& stream) override;
 

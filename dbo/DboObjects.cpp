@@ -27,8 +27,6 @@ void WriteWord(TDboIStream& stream, std::string_view name, int16_t value) {
     stream.WriteWord(name, static_cast<uint16_t>(value));
 }
 
-[[noreturn]] void NeedImplemented() { throw Exception("need implemented"); }
-
 }  // namespace
 
 // ---------------------------------------------------------------------------------------------
@@ -63,6 +61,7 @@ int TDboWireAlias::Save(TDboIStream& stream) {
     stream.WriteInt("Rot", Rot);
     stream.WriteInt("FontID", FontID);
     stream.WriteStr("Name", Name);
+    EndRecord(stream);
     return 0;
 }
 
@@ -79,7 +78,7 @@ void TDboWireBus::Initialize() {
     StartX = StartY = EndX = EndY = 0;
     Junction = 0;
     UnknownW = 0;
-    UnknownInt = 0;
+    UnknownIntFirst = UnknownInt = 0;
 }
 
 bool TDboWireBus::ObjectIdFirst() const {
@@ -105,8 +104,7 @@ int TDboWireBus::Load(TDboIStream& stream) {
     Aliases.Load(stream);
     LoadVisibleProps(stream);
     if (Headered()) {
-        // Two words hold the same value; the second overwrites the first.
-        stream.ReadInt("UnknownInt", UnknownInt);
+        stream.ReadInt("UnknownInt", UnknownIntFirst);
         stream.ReadInt("UnknownInt", UnknownInt);
     }
     return 0;
@@ -131,9 +129,10 @@ int TDboWireBus::Save(TDboIStream& stream) {
     Aliases.Save(stream);
     SaveVisibleProps(stream);
     if (Headered()) {
-        stream.WriteInt("UnknownInt", UnknownInt);
+        stream.WriteInt("UnknownInt", UnknownIntFirst);
         stream.WriteInt("UnknownInt", UnknownInt);
     }
+    EndRecord(stream);
     return 0;
 }
 
@@ -210,6 +209,7 @@ int TDboWireNet::Save(TDboIStream& stream) {
         stream.WriteInt("UnknownInt3", UnknownInt3);
         stream.WriteInt("UnknownInt4", UnknownInt4);
     }
+    EndRecord(stream);
     return 0;
 }
 
@@ -233,6 +233,7 @@ int TDboBusNet::Load(TDboIStream& stream) {
 }
 
 int TDboBusNet::Save(TDboIStream& stream) {
+    // Capture's size header counts the net's own fields, not the member nets behind them.
     TDboWireNet::Save(stream);
     NetRefs.Save(stream);
     return 0;
@@ -274,6 +275,7 @@ int TDboBusEntry::Save(TDboIStream& stream) {
     stream.WriteWord("Unknown4", Unknown4);
     stream.WriteWord("Unknown5", Unknown5);
     stream.WriteWord("Unknown6", Unknown6);
+    EndRecord(stream);
     return 0;
 }
 
@@ -343,6 +345,8 @@ int TDboPortInst::Save(TDboIStream& stream) {
     SaveVisibleProps(stream);
     stream.WriteInt("Unknown3", Unknown3);
     stream.WriteWord("Unknown4", Unknown4);
+    // Capture's count of the fields stops after the first byte of "Unknown3".
+    CloseHeaderRecord(stream, 5);
     return 0;
 }
 
@@ -384,6 +388,7 @@ int TDboPort::Load(TDboIStream& stream) {
 int TDboPort::Save(TDboIStream& stream) {
     TDboPortInst::Save(stream);
     stream.WriteInt("PortType", PortType);
+    EndRecord(stream);
     return 0;
 }
 
@@ -462,6 +467,9 @@ int TDboTitleBlock::Save(TDboIStream& stream) {
     stream.WriteWord("ID_W", ID_W);
     SaveVisibleProps(stream);
     stream.WriteData("UnknownB13", UnknownB13);
+    // The middle size header counts one byte of "UnknownB13", the first all of it.
+    CloseHeaderRecord(stream, UnknownB13.size() - 1);
+    EndRecord(stream);
     return 0;
 }
 
@@ -490,17 +498,21 @@ int TDboDRCMark::Load(TDboIStream& stream) {
 }
 
 int TDboDRCMark::Save(TDboIStream& stream) {
-    if (Headered()) NeedImplemented();
+    const bool headered = Headered();
     SaveHeader(stream);
     stream.WriteData("UnknownB8", UnknownB8);
     stream.WriteStr("Name", Name);
-    stream.WriteData("UnknownB12", UnknownB12);
+    if (headered) stream.WriteData("UnknownB6", UnknownB6);
+    else stream.WriteData("UnknownB12", UnknownB12);
     WriteWord(stream, "LocX", LocX);
     WriteWord(stream, "LocY", LocY);
-    stream.WriteData("UnknownB7", UnknownB7);
+    if (headered) stream.WriteData("UnknownB13", UnknownB13);
+    else stream.WriteData("UnknownB7", UnknownB7);
+    CloseHeaderRecord(stream);
     stream.WriteStr("Info1", Info1);
     stream.WriteStr("Info2", Info2);
     stream.WriteStr("Info3", Info3);
+    EndRecord(stream);
     return 0;
 }
 
@@ -533,8 +545,19 @@ int TDboBookMark::Load(TDboIStream& stream) {
 }
 
 int TDboBookMark::Save(TDboIStream& stream) {
-    if (Headered()) NeedImplemented();
     stream.WriteByte("ID", ID);
+    if (Headered()) {
+        // What stands before the end-of-block mask is passed over on reading; the mask alone does.
+        stream.WriteData("EndBlockMask", kEndBlockMask, sizeof kEndBlockMask);
+        stream.WriteInt("NameIdx", NameIdx);
+        stream.WriteInt("FNameIdx", FNameIdx);
+        stream.WriteStr("TxtID", TxtID);
+        stream.WriteInt("UnknownInt", UnknownInt);
+        WriteWord(stream, "LocX", LocX);
+        WriteWord(stream, "LocY", LocY);
+        stream.WriteData("Unknown Data", UnknownData);
+        return 0;
+    }
     stream.WriteWord("UnknownW", UnknownW);
     stream.WriteWord("NameIdx", static_cast<uint16_t>(NameIdx));
     stream.WriteWord("FNameIdx", static_cast<uint16_t>(FNameIdx));
@@ -647,6 +670,7 @@ int TDboPinProps::Save(TDboIStream& stream) {
     stream.WriteInt("WireId", WireId);
     stream.WriteInt("NetID", NetID);
     SaveVisibleProps(stream);
+    EndRecord(stream);
     return 0;
 }
 
@@ -745,6 +769,7 @@ int TDboPart::Save(TDboIStream& stream) {
     stream.WriteWord("ID2", ID2);
     SaveVisibleProps(stream);
     stream.WriteByte("UnknownB", UnknownB);
+    CloseHeaderRecord(stream);
     stream.WriteStr("DesignatorStr", DesignatorStr);
     if (Headered()) {
         stream.WriteInt("ValueIdx", ValueIdx);
@@ -757,8 +782,10 @@ int TDboPart::Save(TDboIStream& stream) {
     }
     stream.WriteWord("Flags", Flags);
     PinProps.Save(stream);
+    CloseHeaderRecord(stream);
     stream.WriteStr("SrcPkg", SrcPkg);
     stream.WriteWord("PartNo", PartNo);
+    EndRecord(stream);
     return 0;
 }
 
@@ -851,7 +878,17 @@ int TDboHierarchicalBlock::Load(TDboIStream& stream) {
 }
 
 int TDboHierarchicalBlock::Save(TDboIStream& stream) {
-    if (Headered()) NeedImplemented();
+    const bool headered = Headered();
+    // A headered file keeps the block's pins and size in a library view of its own.
+    if (headered && !LibView) {
+        int width = Width, height = Height;
+        std::unique_ptr<TDboPinList> pins = std::move(Pins);
+        TDboPinList* target = GetPins();
+        if (pins)
+            for (auto& pin : pins->Items) target->Add(std::move(pin));
+        SetWidth(width);
+        SetHeight(height);
+    }
     SaveHeader(stream);
     stream.WriteWord("NameIdx", NameIdx);
     stream.WriteWord("SrcLib", SrcLib);
@@ -866,19 +903,30 @@ int TDboHierarchicalBlock::Save(TDboIStream& stream) {
     stream.WriteWord("RotColMirr", RotColMirr);
     stream.WriteWord("ID2", ID2);
     SaveVisibleProps(stream);
-    stream.WriteData("UnknownAInt5", UnknownAInt5);
-    stream.WriteWord("Width", static_cast<uint16_t>(GetWidth()));
-    stream.WriteWord("Height", static_cast<uint16_t>(GetHeight()));
-    GetPins()->Save(stream);
-    stream.WriteData("UnknownAInt3", UnknownAInt3);
-    stream.WriteWord("UnknownW_1", UnknownW_1);
-    stream.WriteWord("UnknownW_2", UnknownW_2);
-    stream.WriteStr("RefStr", RefStr);
-    stream.WriteWord("ImplementSheetIdx", static_cast<uint16_t>(ImplementSheetIdx));
-    stream.WriteWord("ImplementFileIdx", static_cast<uint16_t>(ImplementFileIdx));
-    stream.WriteWord("ImplementFolderIdx", static_cast<uint16_t>(ImplementFolderIdx));
+    if (headered) {
+        stream.WriteByte("LibViewID", LibViewID);
+        LibView->Save(stream);
+        CloseHeaderRecord(stream);
+        stream.WriteStr("RefStr", RefStr);
+        stream.WriteInt("ImplementSheetIdx", ImplementSheetIdx);
+        stream.WriteInt("ImplementFileIdx", ImplementFileIdx);
+        stream.WriteInt("ImplementFolderIdx", ImplementFolderIdx);
+    } else {
+        stream.WriteData("UnknownAInt5", UnknownAInt5);
+        stream.WriteWord("Width", static_cast<uint16_t>(GetWidth()));
+        stream.WriteWord("Height", static_cast<uint16_t>(GetHeight()));
+        GetPins()->Save(stream);
+        stream.WriteData("UnknownAInt3", UnknownAInt3);
+        stream.WriteWord("UnknownW_1", UnknownW_1);
+        stream.WriteWord("UnknownW_2", UnknownW_2);
+        stream.WriteStr("RefStr", RefStr);
+        stream.WriteWord("ImplementSheetIdx", static_cast<uint16_t>(ImplementSheetIdx));
+        stream.WriteWord("ImplementFileIdx", static_cast<uint16_t>(ImplementFileIdx));
+        stream.WriteWord("ImplementFolderIdx", static_cast<uint16_t>(ImplementFolderIdx));
+    }
     stream.WriteWord("UnknownW_3", UnknownW_3);
     PinProps.Save(stream);
+    EndRecord(stream);
     return 0;
 }
 

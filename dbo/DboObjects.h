@@ -59,6 +59,7 @@ public:
     void Initialize() override;
     int HeaderKind() const override { return 2; }
     int HeaderRecordCount() const override { return 2; }
+    bool MeasuresHeader() const override { return true; }
     int Load(TDboIStream& stream) override;
     int Save(TDboIStream& stream) override;
 
@@ -79,11 +80,14 @@ public:
     int32_t StartX = 0, StartY = 0, EndX = 0, EndY = 0;
     uint8_t Junction = 0;
     uint16_t UnknownW = 0;
+    // Two Ints of headered files, mostly equal but not always (3 and 5 in sample files).
+    int32_t UnknownIntFirst = 0;
     int32_t UnknownInt = 0;
 
     void Initialize() override;
     int HeaderKind() const override { return 2; }
     int HeaderRecordCount() const override { return 2; }
+    bool MeasuresHeader() const override { return true; }
     int Load(TDboIStream& stream) override;
     int Save(TDboIStream& stream) override;
 
@@ -157,6 +161,7 @@ public:
     void Initialize() override;
     int HeaderKind() const override { return 1; }
     int HeaderRecordCount() const override { return 1; }
+    bool MeasuresHeader() const override { return true; }
     int Load(TDboIStream& stream) override;
     int Save(TDboIStream& stream) override;
 };
@@ -201,6 +206,7 @@ public:
     void Initialize() override;
     int HeaderKind() const override { return 2; }
     int HeaderRecordCount() const override { return 2; }
+    bool MeasuresHeader() const override { return true; }
     int Load(TDboIStream& stream) override;
     int Save(TDboIStream& stream) override;
 };
@@ -229,6 +235,7 @@ public:
     int HeaderKind() const override { return 2; }
     // 3 for a port, 2 for a power object or an off-page connector, else 0.
     int HeaderRecordCount() const override;
+    bool MeasuresHeader() const override { return true; }
     int Load(TDboIStream& stream) override;
     int Save(TDboIStream& stream) override;
     // Every visible property shows the port's name.
@@ -292,6 +299,7 @@ public:
     void Initialize() override;
     int HeaderKind() const override { return 2; }
     int HeaderRecordCount() const override { return 3; }
+    bool MeasuresHeader() const override { return true; }
     int Load(TDboIStream& stream) override;
     int Save(TDboIStream& stream) override;
 
@@ -317,8 +325,8 @@ public:
 
     int HeaderKind() const override { return 2; }
     int HeaderRecordCount() const override { return 3; }
+    bool MeasuresHeader() const override { return true; }
     int Load(TDboIStream& stream) override;
-    // Only the form of a file that isn't headered is known; a headered save raises.
     int Save(TDboIStream& stream) override;
 };
 
@@ -340,7 +348,6 @@ public:
     std::array<uint8_t, 15> UnknownData{};
 
     int Load(TDboIStream& stream) override;
-    // Only the form of a file that isn't headered is known; a headered save raises.
     int Save(TDboIStream& stream) override;
 };
 
@@ -425,6 +432,7 @@ public:
 
     int HeaderKind() const override { return 2; }
     int HeaderRecordCount() const override { return 2; }
+    bool MeasuresHeader() const override { return true; }
     int Load(TDboIStream& stream) override;
     int Save(TDboIStream& stream) override;
 };
@@ -488,6 +496,7 @@ public:
     void Initialize() override;
     int HeaderKind() const override { return 2; }
     int HeaderRecordCount() const override { return 4; }
+    bool MeasuresHeader() const override { return true; }
     int Load(TDboIStream& stream) override;
     int Save(TDboIStream& stream) override;
 
@@ -541,8 +550,8 @@ public:
     void Initialize() override;
     int HeaderKind() const override { return 2; }
     int HeaderRecordCount() const override { return 3; }
+    bool MeasuresHeader() const override { return true; }
     int Load(TDboIStream& stream) override;
-    // Only the form of a file that isn't headered is known; a headered save raises.
     int Save(TDboIStream& stream) override;
 
     void SetRefStr(const std::string& text);

@@ -435,6 +435,7 @@ int TDboPage::Save(TDboIStream& stream) {
     Graphics->Save(stream);
     BookMarks->Save(stream);
     if (!TrailingData.empty()) stream.WriteData("TrailingData", TrailingData);
+    EndRecord(stream);
     return 0;
 }
 

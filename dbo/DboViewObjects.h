@@ -169,6 +169,7 @@ public:
     void Initialize() override;
     int HeaderKind() const override { return 2; }
     int HeaderRecordCount() const override { return 2; }
+    bool MeasuresHeader() const override { return true; }
     void LoadUserProps(TDboIStream& stream) override;
     void SaveUserProps(TDboIStream& stream) override;
     int64_t UserPropsSize() override;

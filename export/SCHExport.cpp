@@ -699,33 +699,6 @@ void TSCHCommonExporter::ExportFonts(dbo::TDboFontList& fontList) {
 
 // ----- Library files ----------------------------------------------------------------------------
 
-namespace {
-
-// A file with size headers can't hold name and value pairs (they have no size of their own), and
-// the only ones a library export makes are the properties of pins: a clear refusal before anything
-// is written, in place of the writer's failure half way.
-void CheckHeaderedSave(const dbo::TDboDesign& design) {
-    if (!dbo::InVersionSet(design.Version, dbo::VersionSet::Headered)) return;
-    auto check = [&](const dbo::TDboLibBaseView& view, const std::string& owner) {
-        for (int i = 0; i < view.Pins->Count(); ++i) {
-            const dbo::TDboPin* pin = view.Pins->GetPins(i);
-            if (pin && pin->UserProps.Count() > 0)
-                throw Exception(fmt::format("{}, pin {}: pins with properties can't be written in version 0x{:08X}; "
-                                            "export as version 65537 or 65538.",
-                                            owner, pin->PinName, design.Version));
-        }
-    };
-    for (const auto& component : design.Components)
-        for (int p = 0; p < component->Packages.Count(); ++p)
-            for (int v = 0; v < component->Packages.GetPackages(p)->Views.Count(); ++v)
-                check(*component->Packages.GetPackages(p)->Views.GetViews(v),
-                      "Component " + component->PartInfo->CompName);
-    for (int i = 0; i < design.SymbolCount(); ++i)
-        check(*design.GetSymbol(i), "Symbol " + design.GetSymbol(i)->ViewName);
-}
-
-}  // namespace
-
 void SaveOrRemove(dbo::TDboDesign& design) {
     try {
         design.Save();
@@ -749,7 +722,6 @@ void ExportLibrary(host::IHostApplication& host, host::ISch_Lib* library, const 
     results += "ExportedComponentCount=" + std::to_string(exporter.ComponentNames.size());
     for (size_t i = 0; i < exporter.ComponentNames.size(); ++i)
         results += " | LibReference_" + std::to_string(i) + "=" + exporter.ComponentNames[i];
-    CheckHeaderedSave(design);
     SaveOrRemove(design);
 }
 

@@ -120,18 +120,29 @@ TEST(Frame, VisiblePropInEveryVersion) {
     EXPECT_EQ(test::SaveBytes(*p5), withData);
 }
 
-TEST(Frame, HeaderedSaveOfAnObjectWithPropertiesFails) {
-    auto d = test::DesignOfVersion(test::kV2_3);
-    TDboBaseObject obj(d.get());
-    obj.Initialize();
-    // A base object with kind 2 but no own GetHeaderRecord beyond the defaults: record 1 of 2 fails.
-    EXPECT_EQ(obj.UserPropsSize(), 2);
-    obj.AddProp("Value", "10k");
-    try {
-        obj.UserPropsSize();
-        FAIL();
-    } catch (const Exception& e) {
-        EXPECT_STREQ(e.what(), "GetHeaderRecord() must be overridden for TDboPropNameVal");
+TEST(Frame, PropertyPairsAreTwoIntsWithSizeHeadersAndTwoWordsWithout) {
+    for (uint32_t version : {test::kV1_2, test::kV2_3}) {
+        SCOPED_TRACE(version);
+        auto d = test::DesignOfVersion(version);
+        TDboBaseObject obj(d.get());
+        obj.Initialize();
+        EXPECT_EQ(obj.UserPropsSize(), 2);
+        obj.AddProp("Value", "10k");
+        obj.AddProp("Part Reference", "R1");
+        const bool headered = version == test::kV2_3;
+        EXPECT_EQ(obj.UserPropsSize(), headered ? 2 + 16 : 2 + 8);
+        Bytes saved = test::SaveBytes(obj.UserProps);
+        ByteBuilder expected = ByteBuilder().U16(2);
+        for (int i = 0; i < 2; ++i) {
+            const TDboPropNameVal* pair = obj.UserProps.GetProperties(i);
+            if (headered) expected.I32(pair->NameIdx).I32(pair->ValueIdx);
+            else expected.U16(static_cast<uint16_t>(pair->NameIdx)).U16(static_cast<uint16_t>(pair->ValueIdx));
+        }
+        EXPECT_EQ(saved, expected.b);
+        TDboPropNameValList back(d.get());
+        back.Load(*test::MemStream(saved));
+        ASSERT_EQ(back.Count(), 2);
+        EXPECT_EQ(back.GetProperties(1)->ValueIdx, obj.UserProps.GetProperties(1)->ValueIdx);
     }
 }
 

@@ -410,17 +410,20 @@ TEST(LibCorpus, CaptureSymbolsRoundTrip) {
         LoadAll(*symbol, bytes);
         EXPECT_EQ(symbol->ID, entry->SymbolID);
         EXPECT_EQ(symbol->ViewName, entry->SymbolName);
+        Bytes saved = test::SaveBytes(*symbol);
         if (symbol->UserProps.Count() == 0) {
-            EXPECT_EQ(test::SaveBytes(*symbol), bytes);
+            EXPECT_EQ(saved, bytes) << entry->SymbolName;
             ++identical;
         } else {
-            // Property pairs have no size of their own, so no headered file is written with them.
-            try {
-                test::SaveBytes(*symbol);
-                ADD_FAILURE() << "a headered symbol with property pairs was saved";
-            } catch (const Exception& e) {
-                EXPECT_STREQ(e.what(), "GetHeaderRecord() must be overridden for TDboPropNameVal");
-            }
+            // Property pairs are written as two Ints each. The title blocks that have them have
+            // comment texts whose font words lose their high bits on loading, so the bytes are
+            // compared by size, and the record must read back whole.
+            EXPECT_EQ(saved.size(), bytes.size()) << entry->SymbolName;
+            auto again = CreateSymbol(file.design.get(), entry->SymbolID);
+            ASSERT_NE(again, nullptr);
+            LoadAll(*again, saved);
+            EXPECT_EQ(again->UserProps.Count(), symbol->UserProps.Count());
+            EXPECT_EQ(test::SaveBytes(*again), saved) << entry->SymbolName;
         }
         if (symbol->Pins->Count() > 0) {
             ++withPins;

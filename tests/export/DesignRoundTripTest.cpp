@@ -147,15 +147,6 @@ Sheet Describe(ISch_Document* document) {
     return s;
 }
 
-HostOptions HostIn(const std::filesystem::path& folder) {
-    HostOptions options;
-    options.Seed = 19;
-    options.SettingsFolder = (folder / "settings").string();
-    options.TemplatesFolder = (folder / "templates").string();
-    std::filesystem::create_directories(options.SettingsFolder);
-    return options;
-}
-
 struct Findings {
     std::map<std::string, int> explained;
     std::vector<std::string> unexplained;
@@ -282,37 +273,7 @@ void CompareSets(const std::string& where, const std::string& what, const Set& f
     }
 }
 
-// One host with a project in its own folder, into which a design imports whole.
-struct ImportedProject {
-    ImportedProject(const std::filesystem::path& folder, const std::filesystem::path& file)
-        : folder(folder), app(HostIn(folder)), design(file.string(), nullptr, 0, nullptr) {
-        std::filesystem::create_directories(folder);
-        app.StartSchServer();
-        importer::FontTableManager().Clear();
-        project = app.CreateProject((folder / (file.stem().string() + ".VsProj")).string());
-        if (!design.Load(false)) throw std::runtime_error("cannot load " + file.string());
-        bool templates = false;
-        std::string library = importer::ImportLibrary(app, design, &options, nullptr, 100, &log, folder.string(), project,
-                                                      false, templates);
-        importer::ImportDesign(app, design, library, &options, nullptr, 100, &log, folder.string(), project, templates);
-        if (!library.empty()) importer::RemoveExtentParameters(app, library);
-        for (int32_t i = 0; i < project->GetDocumentCount(); ++i) {
-            IDocument* document = project->GetDocument(i);
-            if (document->GetDocumentKind() != "SCH") continue;
-            ISch_Document* sheet = app.SchServer()->GetSchDocumentByPath(document->GetFullPath());
-            if (!sheet) sheet = app.SchDocumentOf(app.OpenDocumentFile(document->GetFullPath()));
-            if (sheet) sheets[document->GetFileName()] = sheet;
-        }
-    }
-
-    std::filesystem::path folder;
-    HostApplication app;
-    dbo::TDboDesign design;
-    IProject* project = nullptr;
-    ImporterOptions options;
-    LogSection log;
-    std::map<std::string, ISch_Document*> sheets;  // by file name
-};
+using test::ImportedProject;
 
 void RunRoundTrip(const std::filesystem::path& file, const std::filesystem::path& dir, Findings& f) {
     ImportedProject first(dir / "first", file);

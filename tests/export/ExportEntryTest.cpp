@@ -7,6 +7,8 @@
 #include <sstream>
 
 #include "ExportTestSupport.h"
+#include "dbo/DboLibObjects.h"
+#include "dbo/DboObjects.h"
 #include "dbo/DboLib.h"
 #include "entry/TranslatorApi.h"
 #include "host/ClientServices.h"
@@ -77,18 +79,21 @@ TEST_F(ExportEntry, ExportFileWritesTheLibraryAndAppendsItsResults) {
     EXPECT_EQ(results, "X | ExportedComponentCount=2 | LibReference_0=R | LibReference_1=C");
     EXPECT_EQ(VersionOf(OutPath()), 0x00010002u);
     EXPECT_TRUE(App().ErrorBoxLog().empty());
-    // The version by default has size headers, which can't carry the property of the pin.
-    EXPECT_FALSE(Export("FileType=OLB | FileName=" + OutPath("B.OLB") + " | DocumentName=" + LibraryPath(), results));
-    EXPECT_EQ(App().ErrorBoxLog(),
-              std::vector<std::string>({"Error: Component R, pin A: pins with properties can't be written in "
-                                        "version 0x00020003; export as version 65537 or 65538."}));
-    EXPECT_FALSE(std::filesystem::exists(OutPath("B.OLB")));
-    // Without it the default version is written; with an empty text nothing stands in front.
-    RemovePinProperty();
+    // The version by default has size headers; the property of the pin is written with them.
     results.clear();
     ASSERT_TRUE(Export("FileType=OLB | FileName=" + OutPath("B.OLB") + " | DocumentName=" + LibraryPath(), results));
     EXPECT_EQ(results, "ExportedComponentCount=2 | LibReference_0=R | LibReference_1=C");
     EXPECT_EQ(VersionOf(OutPath("B.OLB")), 0x00020003u);
+    EXPECT_TRUE(App().ErrorBoxLog().empty());
+    auto library = LoadDesign(OutPath("B.OLB"));
+    int pinProperties = 0;
+    for (const auto& component : library->Components)
+        for (int p = 0; p < component->Packages.Count(); ++p)
+            for (int v = 0; v < component->Packages.GetPackages(p)->Views.Count(); ++v) {
+                const auto& pins = *component->Packages.GetPackages(p)->Views.GetViews(v)->Pins;
+                for (int i = 0; i < pins.Count(); ++i) pinProperties += pins.GetPins(i)->UserProps.Count();
+            }
+    EXPECT_EQ(pinProperties, 1);
 }
 
 TEST_F(ExportEntry, SaverWritesVersion65537UnlessToldOtherwise) {

@@ -1,9 +1,17 @@
 #include "ExportTestSupport.h"
 
+#include <algorithm>
 #include <fstream>
 
+#include "dbo/DboGraphicObjects.h"
+#include "dbo/DboLibObjects.h"
+#include "dbo/DboObjects.h"
+#include "dbo/DboSymbolObjects.h"
+#include "dbo/DboViewObjects.h"
 #include "host/ClientServices.h"
 #include "import/Manage_FontTable.h"
+#include "import/SCHDesignImport.h"
+#include "import/SCHLibraryImport.h"
 
 namespace orcadx::test {
 
@@ -13,6 +21,112 @@ std::vector<std::string> SampleFiles(const std::string& extension) {
         names.push_back(std::filesystem::relative(file, CorpusDir()).string());
     if (names.empty()) names.push_back("");
     return names;
+}
+
+namespace {
+
+// The thirteen object lists of a page, in file order.
+std::vector<const dbo::TDboStorableList*> ListsOf(const dbo::TDboPage& page) {
+    return {page.TitleBlocks.get(), page.WireNets.get(),   page.BusNets.get(),        page.NetAliases.get(),
+            page.WiresAndBuses.get(), page.PartsAndBlocks.get(), page.Ports.get(),      page.Powers.get(),
+            page.OffPages.get(),    page.DRCMarks.get(),   page.BusEntries.get(),     page.Graphics.get(),
+            page.BookMarks.get()};
+}
+
+}  // namespace
+
+std::vector<std::string> DesignSummary(const dbo::TDboDesign& design) {
+    std::vector<std::string> lines;
+    for (int v = 0; v < design.ViewCount(); ++v) {
+        dbo::TDboSchematics* view = design.GetViews(v);
+        for (int p = 0; p < view->PageCount(); ++p) {
+            const dbo::TDboPage& page = *view->GetPages(p);
+            std::string line = view->ViewName + "/" + page.PageName + ":";
+            static const char* const kNames[] = {"title blocks", "wire nets", "bus nets", "net aliases",
+                                                 "wires and buses", "parts and blocks", "ports", "powers",
+                                                 "off-pages", "DRC marks", "bus entries", "graphics", "bookmarks"};
+            std::vector<const dbo::TDboStorableList*> lists = ListsOf(page);
+            for (size_t i = 0; i < lists.size(); ++i)
+                line += std::string(i ? ", " : " ") + kNames[i] + " " + std::to_string(lists[i]->Count());
+            lines.push_back(line);
+        }
+    }
+    // Names without the "_Dup" number a load gives to the second and later of one name: which of
+    // the same-named elements gets which number may change from one save to the next.
+    auto base = [](std::string name, int duplicate) {
+        std::string suffix = "_Dup" + std::to_string(duplicate);
+        if (duplicate > 0 && name.size() > suffix.size() && name.ends_with(suffix)) name.resize(name.size() - suffix.size());
+        return name;
+    };
+    std::vector<std::string> components, symbols;
+    for (int i = 0; i < design.ComponentCount(); ++i) {
+        const dbo::TDboLibPartInfo& info = *design.GetComponent(i)->PartInfo;
+        components.push_back(base(info.CompName, info.DuplicateIndex));
+    }
+    for (int i = 0; i < design.SymbolCount(); ++i)
+        symbols.push_back(base(design.GetSymbol(i)->ViewName, design.GetSymbol(i)->DuplicateIndex));
+    std::sort(components.begin(), components.end());
+    std::sort(symbols.begin(), symbols.end());
+    for (const auto& name : components) lines.push_back("component " + name);
+    for (const auto& name : symbols) lines.push_back("symbol " + name);
+    return lines;
+}
+
+std::vector<dbo::TDboStorableObject*> PageRecords(const dbo::TDboDesign& design) {
+    std::vector<dbo::TDboStorableObject*> out;
+    auto add = [&](auto& self, dbo::TDboStorableObject* object) -> void {
+        if (!object) return;
+        if (object->HeaderKind() != 0) out.push_back(object);
+        if (auto* wire = dynamic_cast<dbo::TDboWireBus*>(object))
+            for (auto& alias : wire->Aliases.Items) self(self, alias.get());
+        if (auto* base = dynamic_cast<dbo::TDboBaseObject*>(object))
+            for (auto& prop : base->VisibleProps.Items) self(self, prop.get());
+        if (auto* part = dynamic_cast<dbo::TDboPart*>(object))
+            for (auto& pin : part->PinProps.Items) self(self, pin.get());
+        if (auto* block = dynamic_cast<dbo::TDboHierarchicalBlock*>(object))
+            for (auto& pin : block->PinProps.Items) self(self, pin.get());
+        if (auto* graphic = dynamic_cast<dbo::TDboGraphicInstance*>(object)) self(self, graphic->Unknown02.get());
+    };
+    for (int v = 0; v < design.ViewCount(); ++v) {
+        dbo::TDboSchematics* view = design.GetViews(v);
+        for (int p = 0; p < view->PageCount(); ++p) {
+            dbo::TDboPage& page = *view->GetPages(p);
+            out.push_back(&page);
+            for (const dbo::TDboStorableList* list : ListsOf(page))
+                for (auto& item : list->Items) add(add, item.get());
+        }
+    }
+    return out;
+}
+
+host::HostOptions HostIn(const std::filesystem::path& folder) {
+    host::HostOptions options;
+    options.Seed = 19;
+    options.SettingsFolder = (folder / "settings").string();
+    options.TemplatesFolder = (folder / "templates").string();
+    std::filesystem::create_directories(options.SettingsFolder);
+    return options;
+}
+
+ImportedProject::ImportedProject(const std::filesystem::path& folder, const std::filesystem::path& file)
+    : folder(folder), app(HostIn(folder)), design(file.string(), nullptr, 0, nullptr) {
+    std::filesystem::create_directories(folder);
+    app.StartSchServer();
+    importer::FontTableManager().Clear();
+    project = app.CreateProject((folder / (file.stem().string() + ".VsProj")).string());
+    if (!design.Load(false)) throw std::runtime_error("cannot load " + file.string());
+    bool templates = false;
+    std::string library = importer::ImportLibrary(app, design, &options, nullptr, 100, &log, folder.string(), project,
+                                                  false, templates);
+    importer::ImportDesign(app, design, library, &options, nullptr, 100, &log, folder.string(), project, templates);
+    if (!library.empty()) importer::RemoveExtentParameters(app, library);
+    for (int32_t i = 0; i < project->GetDocumentCount(); ++i) {
+        host::IDocument* document = project->GetDocument(i);
+        if (document->GetDocumentKind() != "SCH") continue;
+        host::ISch_Document* sheet = app.SchServer()->GetSchDocumentByPath(document->GetFullPath());
+        if (!sheet) sheet = app.SchDocumentOf(app.OpenDocumentFile(document->GetFullPath()));
+        if (sheet) sheets[document->GetFileName()] = sheet;
+    }
 }
 
 std::string SampleTestName(const ::testing::TestParamInfo<std::string>& info) {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "TestSupport.h"
 #include "dbo/DboDesign.h"
 #include "host/HostApplication.h"
+#include "host/HostSupport.h"
 
 namespace orcadx::test {
 
@@ -20,6 +22,39 @@ namespace orcadx::test {
 std::vector<std::string> SampleFiles(const std::string& extension);
 // A test's name from its index and its sample file's path.
 std::string SampleTestName(const ::testing::TestParamInfo<std::string>& info);
+
+// The file versions that the export entry points accept ("OrcadVersion"), in decimal order.
+inline const std::vector<uint32_t>& ExportVersions() {
+    static const std::vector<uint32_t> versions{0x00000001, 0x00000002, 0x00010001, 0x00010002, 0x00020003, 0x00030003};
+    return versions;
+}
+
+// What a loaded design holds: one line per view and page with the number of objects in each of
+// the page's lists, then its components and symbols by name. Designs that hold the same objects
+// give the same lines, whatever the version of their files.
+std::vector<std::string> DesignSummary(const dbo::TDboDesign& design);
+
+// The records of the design's pages that carry size headers, in the order a page stream holds
+// them: each page, what its lists hold, and within those the visible properties, wire aliases,
+// pin properties and the inner record of a graphic instance.
+std::vector<dbo::TDboStorableObject*> PageRecords(const dbo::TDboDesign& design);
+
+// Host options for a host of its own in `folder`.
+host::HostOptions HostIn(const std::filesystem::path& folder);
+
+// One host with a project in its own folder, into which a Capture design imports whole; the
+// project's sheets are open, by file name.
+struct ImportedProject {
+    ImportedProject(const std::filesystem::path& folder, const std::filesystem::path& file);
+
+    std::filesystem::path folder;
+    host::HostApplication app;
+    dbo::TDboDesign design;
+    host::IProject* project = nullptr;
+    host::ImporterOptions options;
+    host::LogSection log;
+    std::map<std::string, host::ISch_Document*> sheets;
+};
 
 constexpr int32_t Unit(double captureUnits) { return static_cast<int32_t>(captureUnits * 100000); }
 
