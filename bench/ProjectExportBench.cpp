@@ -2,7 +2,8 @@
 // then ExportProject runs again and again on it (the library of placed components made by the
 // host, the standard symbols, the compile, every sheet, the file's save). Prints Google Benchmark's
 // report, then a table of each design's export time against the number of host objects on its
-// sheets, to show that the cost grows linearly with the design.
+// sheets, to show that the cost grows linearly with the design. BEAGLEBONEBLK_C3.DSN's sheets are
+// also exported copied 1, 2 and 4 times into one project, for the slope on one design.
 //
 //   orcadx_project_export_bench [--corpus DIR] [Google Benchmark flags]
 #include <benchmark/benchmark.h>
@@ -61,6 +62,30 @@ struct ImportedProject {
     size_t sheets = 0, objects = 0;
 };
 
+// The sheets of an imported project copied `times` times (under new file names) into a project of
+// their own, in the same host: a design `times` as large, for the slope of the export's cost.
+struct RepeatedProject {
+    RepeatedProject(ImportedProject& base, int times) : dir(base.dir / ("x" + std::to_string(times))) {
+        fs::create_directories(dir);
+        project = base.app.CreateProject((dir / "Repeated.VsProj").string());
+        for (int k = 0; k < times; ++k)
+            for (int32_t i = 0; i < base.project->GetDocumentCount(); ++i) {
+                host::IDocument* document = base.project->GetDocument(i);
+                if (document->GetDocumentKind() != "SCH") continue;
+                fs::path from = document->GetFullPath();
+                fs::path to = dir / (from.stem().string() + "_" + std::to_string(k) + from.extension().string());
+                fs::copy_file(from, to, fs::copy_options::overwrite_existing);
+                project->AddSourceDocument(to.string());
+                ++sheets;
+                if (host::ISch_Document* sheet = base.app.SchDocumentOf(base.app.OpenDocumentFile(to.string())))
+                    objects += CountObjects(host::impl::CoreOf(sheet));
+            }
+    }
+    fs::path dir;
+    host::IProject* project = nullptr;
+    size_t sheets = 0, objects = 0;
+};
+
 std::map<std::string, std::unique_ptr<ImportedProject>>& Projects() {
     static std::map<std::string, std::unique_ptr<ImportedProject>> projects;
     return projects;
@@ -73,6 +98,22 @@ void BM_ExportProject(benchmark::State& state, const fs::path& file) {
     for (auto _ : state) exporter::ExportProject(slot->app, slot->project, out, 0x00010001);
     state.counters["sheets"] = static_cast<double>(slot->sheets);
     state.counters["objects"] = static_cast<double>(slot->objects);
+}
+
+// The export of BEAGLEBONEBLK_C3.DSN's sheets repeated `times` times.
+void BM_ExportRepeated(benchmark::State& state, const fs::path& file, int times) {
+    auto& slot = Projects()[file.string()];
+    if (!slot) slot = std::make_unique<ImportedProject>(file);
+    static std::map<int, std::unique_ptr<RepeatedProject>> repeated;
+    auto& copy = repeated[times];
+    if (!copy) copy = std::make_unique<RepeatedProject>(*slot, times);
+    // The host makes the library of placed components from the focused project.
+    slot->app.FocusProject(copy->project);
+    const std::string out = (copy->dir / "export.DSN").string();
+    for (auto _ : state) exporter::ExportProject(slot->app, copy->project, out, 0x00010001);
+    slot->app.FocusProject(slot->project);
+    state.counters["sheets"] = static_cast<double>(copy->sheets);
+    state.counters["objects"] = static_cast<double>(copy->objects);
 }
 
 // Google Benchmark's report, then one line per design: CPU ms, objects, microseconds per object.
@@ -109,6 +150,12 @@ int main(int argc, char** argv) {
         benchmark::RegisterBenchmark(name, [file](benchmark::State& state) { BM_ExportProject(state, file); })
             ->Unit(benchmark::kMillisecond);
     }
+    fs::path bbb = corpus / "BEAGLEBONEBLK_C3.DSN";
+    if (fs::is_regular_file(bbb))
+        for (int times : {1, 2, 4})
+            benchmark::RegisterBenchmark(("BEAGLEBONEBLK_C3.DSN x" + std::to_string(times)).c_str(),
+                                         [bbb, times](benchmark::State& state) { BM_ExportRepeated(state, bbb, times); })
+                ->Unit(benchmark::kMillisecond);
     benchmark::Initialize(&argc, rest.data());
     PerObjectReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
