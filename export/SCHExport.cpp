@@ -690,8 +690,8 @@ void TSCHCommonExporter::ExportFonts(dbo::TDboFontList& fontList) {
     const importer::TFontTableManager& table = importer::FontTableManager();
     for (int32_t i = 0; i < table.Count(); ++i) {
         int32_t id = table.GetFontID(i);
-        host::FontSpec font;
-        if (id < 0 || id >= fonts->GetFontCount() || !fonts->GetFontSpec(id, font)) continue;
+        host::FontDescription font;
+        if (id < 0 || id >= fonts->GetFontCount() || !fonts->GetFontDescription(id, font)) continue;
         fontList.AddFont(font.Size, font.Rotation, font.Underline, font.Italic, font.Bold, font.Strikeout,
                          font.FontName);
     }

@@ -24,17 +24,17 @@ class FontTableWriter {
 public:
     explicit FontTableWriter(SchServer& server) : server_(server) {}
     int32_t IndexOf(int32_t fontId) {
-        FontSpec fontSpec;
-        if (!server_.GetFontSpec(fontId, fontSpec)) return 0;
+        FontDescription font;
+        if (!server_.GetFontDescription(fontId, font)) return 0;
         auto it = index_.find(fontId);
         if (it != index_.end()) return it->second;
-        fonts_.push_back(Json{{"size", fontSpec.Size},
-                              {"rotation", fontSpec.Rotation},
-                              {"underline", fontSpec.Underline},
-                              {"italic", fontSpec.Italic},
-                              {"bold", fontSpec.Bold},
-                              {"strikeout", fontSpec.Strikeout},
-                              {"name", fontSpec.FontName}});
+        fonts_.push_back(Json{{"size", font.Size},
+                              {"rotation", font.Rotation},
+                              {"underline", font.Underline},
+                              {"italic", font.Italic},
+                              {"bold", font.Bold},
+                              {"strikeout", font.Strikeout},
+                              {"name", font.FontName}});
         int32_t index = static_cast<int32_t>(fonts_.size());
         index_[fontId] = index;
         return index;
@@ -172,8 +172,8 @@ bool NestedValuesReadBack(const Json& v) {
 // hold, an empty point list (it reads back as JSON) or a font id outside the table would not.
 bool ValueReadsBack(SchServer& server, const std::string& name, const PropertyValue& value) {
     if (const auto* id = std::get_if<int64_t>(&value)) {
-        FontSpec spec;
-        return !IsFontKey(name) || (*id <= INT32_MAX && server.GetFontSpec(static_cast<int32_t>(*id), spec));
+        FontDescription font;
+        return !IsFontKey(name) || (*id <= INT32_MAX && server.GetFontDescription(static_cast<int32_t>(*id), font));
     }
     if (const auto* d = std::get_if<double>(&value)) return std::isfinite(*d);
     if (const auto* points = std::get_if<std::vector<Coord>>(&value)) return !points->empty();
@@ -264,10 +264,10 @@ std::unique_ptr<ObjectCore> DocumentFromText(SchServer& server, const std::strin
         if (!file["fonts"].is_array()) throw EApiErr("Font table is no list");
         for (const auto& f : file["fonts"]) {
             if (!f.is_object()) throw EApiErr("Font entry is no object");
-            FontSpec fontSpec{f.value("size", 10),        f.value("rotation", 0),   f.value("underline", false),
-                          f.value("italic", false),   f.value("bold", false),   f.value("strikeout", false),
-                          f.value("name", std::string("Times New Roman"))};
-            fontIds.push_back(server.FontIdOf(fontSpec));
+            FontDescription font{f.value("size", 10),        f.value("rotation", 0),   f.value("underline", false),
+                                 f.value("italic", false),   f.value("bold", false),   f.value("strikeout", false),
+                                 f.value("name", std::string("Times New Roman"))};
+            fontIds.push_back(server.FontIdOf(font));
         }
     }
     if (!file.contains("document")) throw EApiErr("Not a document: no document object");

@@ -81,8 +81,8 @@ public:
     void Text(Coord at, const std::string& text, int32_t fontId, int32_t colour, int32_t justification,
               int32_t orientation, double sizeOverride = 0) {
         if (text.empty()) return;
-        FontSpec font;
-        if (!server_ || !server_->GetFontSpec(fontId, font)) font = FontSpec{};
+        FontDescription font;
+        if (!server_ || !server_->GetFontDescription(fontId, font)) font = FontDescription{};
         double size = sizeOverride > 0 ? sizeOverride : font.Size * 10.0;  // one point is ten mils
         int32_t col = ((justification % 3) + 3) % 3, row = std::clamp(justification / 3, 0, 2);
         const char* anchor = col == 0 ? "start" : col == 1 ? "middle" : "end";

@@ -702,7 +702,7 @@ public:
 
 // ----- Server -------------------------------------------------------------------------------
 
-struct FontSpec {
+struct FontDescription {
     int32_t Size = 10;  // points; one point is 100000 host units of text height
     int32_t Rotation = 0;
     bool Underline = false;
@@ -710,7 +710,7 @@ struct FontSpec {
     bool Bold = false;
     bool Strikeout = false;
     std::string FontName = "Times New Roman";
-    friend bool operator==(const FontSpec&, const FontSpec&) = default;
+    friend bool operator==(const FontDescription&, const FontDescription&) = default;
 };
 
 // Fonts are numbered from 1; every id below GetFontCount names a font.
@@ -721,7 +721,7 @@ public:
     virtual int32_t GetFontID(int32_t size, int32_t rotation, bool underline, bool italic, bool bold,
                               bool strikeout, const std::string& fontName) = 0;
     virtual int32_t GetFontCount() = 0;
-    virtual bool GetFontSpec(int32_t fontId, FontSpec& fontSpec) = 0;
+    virtual bool GetFontDescription(int32_t fontId, FontDescription& font) = 0;
     virtual int32_t GetFontSize(int32_t fontId) = 0;
     // Text extent in device pixels of the host's text geometry, three pixels to the point (so that
     // pixels / 3 * 100000 gives host units); false when the id is unknown.

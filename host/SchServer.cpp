@@ -90,7 +90,7 @@ std::string NormalizePath(const std::string& path) {
 }
 
 SchServer::SchServer(UniqueIdSource* ids) : ids_(ids) {
-    FontSpec system;  // size 10, Times New Roman
+    FontDescription system;  // size 10, Times New Roman
     fonts_.push_back(system);
     fonts_.push_back(system);
 }
@@ -287,33 +287,33 @@ std::unique_ptr<ObjectCore> SchServer::TakeClosedLibrary(const std::string& path
 
 int32_t SchServer::GetFontID(int32_t size, int32_t rotation, bool underline, bool italic, bool bold, bool strikeout,
                              const std::string& fontName) {
-    FontSpec fontSpec{size, rotation, underline, italic, bold, strikeout, fontName};
-    return FontIdOf(fontSpec);
+    FontDescription font{size, rotation, underline, italic, bold, strikeout, fontName};
+    return FontIdOf(font);
 }
 
-int32_t SchServer::FontIdOf(const FontSpec& fontSpec) {
+int32_t SchServer::FontIdOf(const FontDescription& font) {
     for (size_t i = 1; i < fonts_.size(); ++i)
-        if (fonts_[i] == fontSpec) return static_cast<int32_t>(i);
-    fonts_.push_back(fontSpec);
+        if (fonts_[i] == font) return static_cast<int32_t>(i);
+    fonts_.push_back(font);
     return static_cast<int32_t>(fonts_.size() - 1);
 }
 
-bool SchServer::GetFontSpec(int32_t fontId, FontSpec& fontSpec) {
+bool SchServer::GetFontDescription(int32_t fontId, FontDescription& font) {
     if (fontId < 1 || fontId >= GetFontCount()) return false;
-    fontSpec = fonts_[fontId];
+    font = fonts_[fontId];
     return true;
 }
 
 int32_t SchServer::GetFontSize(int32_t fontId) {
-    FontSpec fontSpec;
-    return GetFontSpec(fontId, fontSpec) ? fontSpec.Size : fonts_[1].Size;
+    FontDescription font;
+    return GetFontDescription(fontId, font) ? font.Size : fonts_[1].Size;
 }
 
 bool SchServer::MeasureText(int32_t fontId, const std::string& text, int32_t& width, int32_t& height) {
-    FontSpec fontSpec;
-    if (!GetFontSpec(fontId, fontSpec)) return false;
+    FontDescription font;
+    if (!GetFontDescription(fontId, font)) return false;
     int32_t w = 0, h = 0;
-    TextExtent(text, fontSpec.Size, w, h);
+    TextExtent(text, font.Size, w, h);
     // Three pixels to the point of the host's text geometry.
     width = static_cast<int32_t>(int64_t(w) * 3 / 100000);
     height = static_cast<int32_t>(int64_t(h) * 3 / 100000);

@@ -64,11 +64,11 @@ public:
     int32_t GetFontID(int32_t size, int32_t rotation, bool underline, bool italic, bool bold, bool strikeout,
                       const std::string& fontName) override;
     int32_t GetFontCount() override { return static_cast<int32_t>(fonts_.size()); }
-    bool GetFontSpec(int32_t fontId, FontSpec& fontSpec) override;
+    bool GetFontDescription(int32_t fontId, FontDescription& font) override;
     int32_t GetFontSize(int32_t fontId) override;
     bool MeasureText(int32_t fontId, const std::string& text, int32_t& width, int32_t& height) override;
     int32_t GetScreenPixelsPerInch() override { return 96; }
-    int32_t FontIdOf(const FontSpec& fontSpec);
+    int32_t FontIdOf(const FontDescription& font);
 
     // ISch_Preferences
     int32_t GetState_SheetStyleCount() override;
@@ -140,7 +140,7 @@ private:
     UniqueIdSource* ids_;
     PropertyNames names_;
     KindModels models_;
-    std::vector<FontSpec> fonts_;  // index = font id; entry 0 repeats the default font
+    std::vector<FontDescription> fonts_;  // index = font id; entry 0 repeats the default font
     std::map<std::string, bool> booleanPreferences_;
     ObjectCore* liveFirst_ = nullptr;
     size_t liveCount_ = 0;

@@ -72,10 +72,10 @@ TEST(HostDocuments, SavedSheetLoadsBackToTheSameObjectsAndBytes) {
     for (auto* o = it->FirstSchObject(); o; o = it->NextSchObject(), ++seen) {
         if (auto* frame = dynamic_cast<ISch_TextFrame*>(o)) {
             EXPECT_EQ(frame->GetState_Text(), "First line\r\nSecond line");
-            FontSpec fontSpec;
-            ASSERT_TRUE(other.SchServer()->GetFontManager()->GetFontSpec(frame->GetState_FontId(), fontSpec));
-            EXPECT_EQ(fontSpec.Size, 12);
-            EXPECT_TRUE(fontSpec.Italic);
+            FontDescription font;
+            ASSERT_TRUE(other.SchServer()->GetFontManager()->GetFontDescription(frame->GetState_FontId(), font));
+            EXPECT_EQ(font.Size, 12);
+            EXPECT_TRUE(font.Italic);
         } else if (auto* image = dynamic_cast<ISch_Image*>(o)) {
             EXPECT_TRUE(image->GetState_EmbedImage());
             EXPECT_EQ(image->GetState_EmbeddedSize(), 75);  // the file was gone after embedding

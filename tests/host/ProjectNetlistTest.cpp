@@ -22,8 +22,8 @@ using orcadx::test::Mil;
 
 Coord At(double x, double y) { return {Mil(x), Mil(y)}; }
 
-struct PinSpec {
-    PinSpec(std::string number, std::string name, int32_t part = 1, bool hidden = false, std::string hiddenNet = {},
+struct PinDescription {
+    PinDescription(std::string number, std::string name, int32_t part = 1, bool hidden = false, std::string hiddenNet = {},
             bool power = false)
         : Number(std::move(number)), Name(std::move(name)), Part(part), Hidden(hidden), HiddenNet(std::move(hiddenNet)),
           Power(power || !HiddenNet.empty()) {}
@@ -51,13 +51,13 @@ public:
 
     ISch_Component* Part(const std::string& designator, const std::string& libReference, Coord at, int pins,
                          const std::string& value = "") {
-        std::vector<PinSpec> specs;
-        for (int i = 1; i <= pins; ++i) specs.push_back({std::to_string(i), "P" + std::to_string(i)});
-        return Part(designator, libReference, at, specs, value);
+        std::vector<PinDescription> described;
+        for (int i = 1; i <= pins; ++i) described.push_back({std::to_string(i), "P" + std::to_string(i)});
+        return Part(designator, libReference, at, described, value);
     }
     // A component showing part `partId` of `partCount`; pins of other parts stand in it unseen.
     ISch_Component* Part(const std::string& designator, const std::string& libReference, Coord at,
-                         const std::vector<PinSpec>& pins, const std::string& value = "", int32_t partId = 1,
+                         const std::vector<PinDescription>& pins, const std::string& value = "", int32_t partId = 1,
                          int32_t partCount = 1) {
         auto* c = Make<ISch_Component>(app_, eSchComponent);
         c->SetState_LibReference(libReference);
@@ -66,17 +66,17 @@ public:
         c->SetState_PartCount(partCount);
         c->SetState_CurrentPartId(partId);
         int row = 0;
-        for (const PinSpec& spec : pins) {
+        for (const PinDescription& d : pins) {
             auto* pin = Make<ISch_Pin>(app_, ePin);
-            pin->SetState_Designator(spec.Number);
-            pin->SetState_Name(spec.Name);
+            pin->SetState_Designator(d.Number);
+            pin->SetState_Name(d.Name);
             pin->SetState_PinLength(0);
-            pin->SetState_OwnerPartId(spec.Part);
-            pin->SetState_IsHidden(spec.Hidden);
-            pin->SetState_HiddenNetName(spec.HiddenNet);
-            if (spec.Power) pin->SetState_Electrical(ePinPower);
-            bool shown = spec.Part == 0 || spec.Part == partId;
-            pin->SetState_Location({0, shown && !spec.Hidden ? -Mil(100) * row++ : Mil(5000)});
+            pin->SetState_OwnerPartId(d.Part);
+            pin->SetState_IsHidden(d.Hidden);
+            pin->SetState_HiddenNetName(d.HiddenNet);
+            if (d.Power) pin->SetState_Electrical(ePinPower);
+            bool shown = d.Part == 0 || d.Part == partId;
+            pin->SetState_Location({0, shown && !d.Hidden ? -Mil(100) * row++ : Mil(5000)});
             c->AddSchObject(pin);
         }
         sheet_->AddSchObject(c);
@@ -535,7 +535,7 @@ TEST_F(ProjectNetlist, BusesJoinTheirMembersByNameAndThroughSheetEntriesByPositi
 TEST_F(ProjectNetlist, SectionsOfOnePackageShareTheirPinsOnce) {
     auto dir = Dir("sections");
     SheetBuilder s(app, dir / "Gates.SchDoc");
-    std::vector<PinSpec> pins{{"1", "A", 1}, {"2", "B", 1}, {"3", "Y", 1}, {"4", "A", 2}, {"5", "B", 2},
+    std::vector<PinDescription> pins{{"1", "A", 1}, {"2", "B", 1}, {"3", "Y", 1}, {"4", "A", 2}, {"5", "B", 2},
                               {"6", "Y", 2}, {"8", "V+", 0}, {"7", "GND", 0, true, "GND"},
                               {"14", "VCC", 0, true, "VCC"}};
     Coord a = At(1000, 3000), b = At(3000, 3000);

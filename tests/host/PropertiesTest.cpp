@@ -106,8 +106,8 @@ TEST(HostProperties, StoreKeepsNamesSortedAndAccessorsReadEveryShape) {
     EXPECT_EQ(doc->GetCoord("Spot"), (Coord{5, -6}));
     EXPECT_EQ(doc->GetCoord("Far"), (Coord{2147483647, 1}));
     EXPECT_EQ(doc->GetVertices(), (std::vector<Coord>{{1, 2}, {3, 4}}));
-    FontSpec font;
-    ASSERT_TRUE(server.GetFontSpec(doc->GetInt("FontId"), font));
+    FontDescription font;
+    ASSERT_TRUE(server.GetFontDescription(doc->GetInt("FontId"), font));
     EXPECT_EQ(font.FontName, "Arial");
     const std::string text = DocumentToText(*doc);
     const Json written = Json::parse(text);

@@ -28,8 +28,8 @@ fs::path Reference(const std::string& name) { return fs::path(ORCADX_SOURCE_DIR)
 Json Pt(Coord c) { return Json::array({c.X, c.Y}); }
 
 Json FontOf(ISch_FontManager* fonts, int32_t id) {
-    FontSpec f;
-    if (!fonts->GetFontSpec(id, f)) return "no font " + std::to_string(id);
+    FontDescription f;
+    if (!fonts->GetFontDescription(id, f)) return "no font " + std::to_string(id);
     return Json{{"bold", f.Bold},           {"italic", f.Italic},         {"name", f.FontName}, {"rotation", f.Rotation},
                 {"size", f.Size},           {"strikeout", f.Strikeout}, {"underline", f.Underline}};
 }
@@ -330,17 +330,17 @@ TEST(HostReferenceDocuments, SheetLoadsToItsValuesAndSavesToItsBytes) {
     EXPECT_EQ(doc->GetState_SheetMargin(), Mil(200));
     auto* label = FindById<ISch_Label>(doc, "LABL0001");
     ASSERT_NE(label, nullptr);
-    FontSpec spec;
-    ASSERT_TRUE(fonts->GetFontSpec(label->GetState_FontId(), spec));
-    EXPECT_EQ(spec, (FontSpec{8, 0, false, true, false, true, "Courier New"}));
+    FontDescription font;
+    ASSERT_TRUE(fonts->GetFontDescription(label->GetState_FontId(), font));
+    EXPECT_EQ(font, (FontDescription{8, 0, false, true, false, true, "Courier New"}));
     auto* frame = FindById<ISch_TextFrame>(doc, "TXFR0001");
     ASSERT_NE(frame, nullptr);
-    ASSERT_TRUE(fonts->GetFontSpec(frame->GetState_FontId(), spec));
-    EXPECT_EQ(spec, (FontSpec{12, 90, true, false, true, false, "Arial"}));
+    ASSERT_TRUE(fonts->GetFontDescription(frame->GetState_FontId(), font));
+    EXPECT_EQ(font, (FontDescription{12, 90, true, false, true, false, "Arial"}));
     auto* netLabel = FindById<ISch_NetLabel>(doc, "NETL0001");
     ASSERT_NE(netLabel, nullptr);
-    ASSERT_TRUE(fonts->GetFontSpec(netLabel->GetState_FontId(), spec));
-    EXPECT_EQ(spec, (FontSpec{16, 270, true, true, true, true, "Times New Roman"}));
+    ASSERT_TRUE(fonts->GetFontDescription(netLabel->GetState_FontId(), font));
+    EXPECT_EQ(font, (FontDescription{16, 270, true, true, true, true, "Times New Roman"}));
     EXPECT_EQ(netLabel->GetState_FontId(), fonts->GetFontID(16, 270, true, true, true, true, "Times New Roman"));
     // The fourth font was known before: the file's index 4 maps to that id.
     auto* port = FindById<ISch_Port>(doc, "PORT0001");
@@ -416,11 +416,11 @@ TEST(HostReferenceDocuments, LibraryLoadsToItsValuesAndSavesToItsBytes) {
     ASSERT_NE(sim, nullptr);
     ASSERT_EQ(sim->GetState_DataFileLinkCount(), 1);
     EXPECT_EQ(sim->GetState_DataFileLinkLocation(0), "PSpice Models\\RES.mdl");
-    FontSpec spec;
+    FontDescription font;
     auto* label = FindById<ISch_Label>(lib, "LLAB0001");
     ASSERT_NE(label, nullptr);
-    ASSERT_TRUE(fonts->GetFontSpec(label->GetState_FontId(), spec));
-    EXPECT_EQ(spec, (FontSpec{7, 90, false, false, false, true, "Arial"}));
+    ASSERT_TRUE(fonts->GetFontDescription(label->GetState_FontId(), font));
+    EXPECT_EQ(font, (FontDescription{7, 90, false, false, false, true, "Arial"}));
 
     library.server->SetFileName((dir / "Saved.SchLib").string());
     ASSERT_TRUE(library.server->DoFileSave("Binary"));
@@ -439,15 +439,15 @@ TEST(HostReferenceDocuments, FontIndexOutsideTheTableIsTheDefaultFont) {
     ISch_FontManager* fonts = app.StartSchServer()->GetFontManager();
     Loaded sheet = Open(app, dir / "Fonts.SchDoc");
     ASSERT_NE(sheet.document, nullptr);
-    FontSpec spec;
+    FontDescription font;
     for (const char* id : {"A", "B"}) {
         auto* label = FindById<ISch_Label>(sheet.document, id);
         ASSERT_NE(label, nullptr);
-        ASSERT_TRUE(fonts->GetFontSpec(label->GetState_FontId(), spec));
-        EXPECT_EQ(spec, FontSpec{}) << id;
+        ASSERT_TRUE(fonts->GetFontDescription(label->GetState_FontId(), font));
+        EXPECT_EQ(font, FontDescription{}) << id;
     }
-    ASSERT_TRUE(fonts->GetFontSpec(FindById<ISch_Label>(sheet.document, "C")->GetState_FontId(), spec));
-    EXPECT_EQ(spec, (FontSpec{12, 0, false, false, true, false, "Arial"}));
+    ASSERT_TRUE(fonts->GetFontDescription(FindById<ISch_Label>(sheet.document, "C")->GetState_FontId(), font));
+    EXPECT_EQ(font, (FontDescription{12, 0, false, false, true, false, "Arial"}));
 }
 
 // The properties that don't go through a plain accessor land in the file under the keys the format

@@ -369,14 +369,14 @@ TEST_F(HostFixture, FontsAndSheetStyles) {
     EXPECT_EQ(fonts->GetFontID(10, 0, false, false, false, false, "Arial"), a);
     EXPECT_GE(a, 1);
     EXPECT_LT(b, fonts->GetFontCount());
-    FontSpec fontSpec;
-    ASSERT_TRUE(fonts->GetFontSpec(b, fontSpec));
-    EXPECT_TRUE(fontSpec.Bold);
-    EXPECT_EQ(fontSpec.FontName, "Arial");
-    EXPECT_FALSE(fonts->GetFontSpec(fonts->GetFontCount(), fontSpec));
+    FontDescription font;
+    ASSERT_TRUE(fonts->GetFontDescription(b, font));
+    EXPECT_TRUE(font.Bold);
+    EXPECT_EQ(font.FontName, "Arial");
+    EXPECT_FALSE(fonts->GetFontDescription(fonts->GetFontCount(), font));
     // The default font of new objects is id 1: size 10, Times New Roman.
-    ASSERT_TRUE(fonts->GetFontSpec(1, fontSpec));
-    EXPECT_EQ(fontSpec, FontSpec{});
+    ASSERT_TRUE(fonts->GetFontDescription(1, font));
+    EXPECT_EQ(font, FontDescription{});
     int32_t w1 = 0, w2 = 0, h = 0;
     ASSERT_TRUE(fonts->MeasureText(a, "ABCD", w1, h));
     ASSERT_TRUE(fonts->MeasureText(a, "ABCDABCD", w2, h));

@@ -313,8 +313,8 @@ TEST_F(PageTest, PortsOfThePortFamily) {
     EXPECT_EQ(ports[0]->GetState_IOType(), 3);
     EXPECT_EQ(ports[0]->GetState_Width(), 3000000);
     EXPECT_EQ(ports[0]->GetState_Location(), (Coord{X(100), Y(200)}));
-    FontSpec font;
-    ASSERT_TRUE(app.SchServer()->GetFontManager()->GetFontSpec(ports[0]->GetState_FontId(), font));
+    FontDescription font;
+    ASSERT_TRUE(app.SchServer()->GetFontManager()->GetFontDescription(ports[0]->GetState_FontId(), font));
     EXPECT_EQ(font.Size, 5);
     EXPECT_EQ(ports[1]->GetState_Style(), 2);
     EXPECT_EQ(ports[1]->GetState_Alignment(), 2);
