@@ -19,23 +19,10 @@ namespace orcadx::cli {
 namespace {
 
 namespace fs = std::filesystem;
+using host::EscapeXml;
 
 constexpr double kHostPerMil = 10000.0;
 constexpr double kMilsPerPixel = 10.0;  // as the sheet pictures are drawn
-
-std::string Html(const std::string& text) {
-    std::string out;
-    for (char c : text) {
-        switch (c) {
-            case '&': out += "&amp;"; break;
-            case '<': out += "&lt;"; break;
-            case '>': out += "&gt;"; break;
-            case '"': out += "&quot;"; break;
-            default: out += c;
-        }
-    }
-    return out;
-}
 
 // A file name as a relative URL: characters outside the unreserved set are percent-encoded.
 std::string UrlPath(const std::string& name) {
@@ -126,28 +113,28 @@ std::vector<std::string> RenderProjectFolder(host::HostApplication& app, const s
         " .sheet a.symbol{{position:absolute;display:block;outline:2px solid rgba(0,102,204,.5)}}"
         " .sheet a.symbol:hover{{background:rgba(0,102,204,.15)}}</style></head><body>\n"
         "<h1>{0}</h1>\n<ol>\n",
-        Html(projectFile.filename().string()));
-    for (const auto& s : sheets) html += fmt::format("<li><a href=\"#{}\">{}</a></li>\n", known[s.fileName], Html(s.fileName));
+        EscapeXml(projectFile.filename().string()));
+    for (const auto& s : sheets) html += fmt::format("<li><a href=\"#{}\">{}</a></li>\n", known[s.fileName], EscapeXml(s.fileName));
     html += "</ol>\n";
     for (const auto& s : sheets) {
-        html += fmt::format("<h2 id=\"{}\">{}</h2>\n", known[s.fileName], Html(s.fileName));
+        html += fmt::format("<h2 id=\"{}\">{}</h2>\n", known[s.fileName], EscapeXml(s.fileName));
         html += fmt::format("<div class=\"sheet\" style=\"width:{:.0f}px;height:{:.0f}px\"><img src=\"{}\" alt=\"{}\">\n",
-                            s.width, s.height, UrlPath(s.svg), Html(s.fileName));
+                            s.width, s.height, UrlPath(s.svg), EscapeXml(s.fileName));
         std::string list;
         for (const auto& l : s.links) {
             auto target = known.find(l.target);
             if (target == known.end()) {
-                list += fmt::format("<li>{} names {}, which the project does not hold</li>\n", Html(l.designator),
-                                    Html(l.target));
+                list += fmt::format("<li>{} names {}, which the project does not hold</li>\n", EscapeXml(l.designator),
+                                    EscapeXml(l.target));
                 continue;
             }
             html += fmt::format(
                 "<a class=\"symbol\" href=\"#{}\" title=\"{}\" style=\"left:{:.0f}px;top:{:.0f}px;width:{:.0f}px;"
                 "height:{:.0f}px\"></a>\n",
-                target->second, Html(l.designator + ": " + l.target), l.left, l.top, std::max(l.width, 4.0),
+                target->second, EscapeXml(l.designator + ": " + l.target), l.left, l.top, std::max(l.width, 4.0),
                 std::max(l.height, 4.0));
-            list += fmt::format("<li><a href=\"#{}\">{} &rarr; {}</a></li>\n", target->second, Html(l.designator),
-                                Html(l.target));
+            list += fmt::format("<li><a href=\"#{}\">{} &rarr; {}</a></li>\n", target->second, EscapeXml(l.designator),
+                                EscapeXml(l.target));
         }
         html += "</div>\n";
         if (!list.empty()) html += "<ul>\n" + list + "</ul>\n";

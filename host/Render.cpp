@@ -33,7 +33,9 @@ std::string Colour(int32_t bgr) {
     return fmt::format("#{:02x}{:02x}{:02x}", bgr & 0xFF, (bgr >> 8) & 0xFF, (bgr >> 16) & 0xFF);
 }
 
-std::string Escape(const std::string& text) {
+}  // namespace
+
+std::string EscapeXml(const std::string& text) {
     std::string out;
     for (char c : text) {
         switch (c) {
@@ -47,6 +49,8 @@ std::string Escape(const std::string& text) {
     }
     return out;
 }
+
+namespace {
 
 // Line widths of the host (0 smallest to 3 large) in mils.
 double StrokeWidth(int32_t lineWidth) {
@@ -104,7 +108,7 @@ public:
         double first = row == 0 ? -block + size * 0.8 : row == 1 ? -block / 2 + size * 0.8 : size * 0.8;
         double x = X(at.X), y = Y(at.Y);
         std::string attrs = fmt::format(
-            "font-family=\"{}\" font-size=\"{}\" fill=\"{}\" text-anchor=\"{}\"{}{}{}", Escape(font.FontName),
+            "font-family=\"{}\" font-size=\"{}\" fill=\"{}\" text-anchor=\"{}\"{}{}{}", EscapeXml(font.FontName),
             Num(size), Colour(colour), anchor, font.Bold ? " font-weight=\"bold\"" : "",
             font.Italic ? " font-style=\"italic\"" : "",
             font.Underline ? " text-decoration=\"underline\"" : (font.Strikeout ? " text-decoration=\"line-through\"" : ""));
@@ -113,7 +117,7 @@ public:
         std::string body;
         for (size_t i = 0; i < lines.size(); ++i)
             body += fmt::format("<tspan x=\"{}\" y=\"{}\">{}</tspan>", Num(x), Num(y + first + lineHeight * double(i)),
-                                Escape(lines[i]));
+                                EscapeXml(lines[i]));
         Add(fmt::format("<text {}{} xml:space=\"preserve\">{}</text>", attrs, transform, body));
     }
 
@@ -566,7 +570,7 @@ std::string RenderComponentSvg(ISch_Component* component) {
     height += 2 * margin + title;
     std::string out = Header(width, height, 2);
     out += fmt::format("<text x=\"{}\" y=\"{}\" font-family=\"Arial\" font-size=\"80\" fill=\"#000000\">{}</text>\n",
-                       Num(margin), Num(margin / 2 + 80), Escape(component->GetState_LibReference()));
+                       Num(margin), Num(margin / 2 + 80), EscapeXml(component->GetState_LibReference()));
     double x = margin;
     for (int32_t part = 1; part <= parts; ++part) {
         const CoordRect& r = bounds[part - 1];

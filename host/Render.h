@@ -9,6 +9,10 @@
 
 namespace orcadx::host {
 
+// Text for an XML or HTML document: &, <, > and " as entities, control characters but the tab left
+// out (XML can't hold them).
+std::string EscapeXml(const std::string& text);
+
 std::string RenderSheetSvg(ISch_Document* sheet);
 std::string RenderComponentSvg(ISch_Component* component);
 
