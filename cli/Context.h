@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "cli/Console.h"
@@ -48,6 +49,20 @@ Context& GetContext();
 // False, with "error: FILE does not exist" on stderr, when there is no such file.
 bool InputExists(const std::string& file);
 
+// A folder of its own below the system's temporary folder, named PREFIX-XXXXXX, removed with all it
+// holds when the object goes. Path() is empty when the folder can't be made.
+class TemporaryFolder {
+public:
+    explicit TemporaryFolder(const std::string& prefix);
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    const std::string& Path() const { return path_; }
+
+private:
+    std::string path_;
+};
+
 // A Capture file as the translator's file test wants it: a design ends in .DSN, a library in .OLB.
 // A library under another extension (.OBK, Capture's backup of a library in its old version) is
 // handed over as a link named .OLB in a temporary folder, which goes when the object does.
@@ -56,7 +71,6 @@ public:
     // Tells on stderr what it does with a library under another name. Raises std::runtime_error
     // when the link can't be made.
     explicit CaptureInput(const std::string& file);
-    ~CaptureInput();
     CaptureInput(const CaptureInput&) = delete;
     CaptureInput& operator=(const CaptureInput&) = delete;
 
@@ -68,7 +82,8 @@ public:
 
 private:
     bool library_ = false, design_ = false;
-    std::string path_, temporary_;
+    std::string path_;
+    std::optional<TemporaryFolder> temporary_;  // holds the link
 };
 
 // The text without trailing blanks (identifiers are padded with blanks to 31 characters).

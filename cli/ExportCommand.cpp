@@ -3,11 +3,10 @@
 //   PROJECT.VsProj -o FILE.DSN [--version N]  ExportFileW, FileType "DSN", on the focused project
 //   SHEET.SchDoc -o FILE.DSN                   ExportFileFromSch, on a project of the sheet and the
 //                                              sheets its sheet symbols name, made for the run
-#include <stdlib.h>
-
 #include <deque>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 #include <set>
 
 #include "cli/Context.h"
@@ -40,22 +39,6 @@ int Usage(const std::string& text) {
 }
 
 std::string Absolute(const std::string& path) { return fs::absolute(path).lexically_normal().string(); }
-
-// A temporary folder that goes with the object.
-struct ScratchFolder {
-    std::string path;
-    ScratchFolder() {
-        std::string pattern = (fs::temp_directory_path() / "orcadx-export-XXXXXX").string();
-        if (!mkdtemp(pattern.data())) throw std::runtime_error("cannot make a temporary folder");
-        path = pattern;
-    }
-    ~ScratchFolder() {
-        std::error_code ec;
-        fs::remove_all(path, ec);
-    }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-};
 
 // Opens every sheet of the project in the host, so that the schematic server has them.
 void OpenSheets(host::HostApplication& app, host::IProject* project, host::ILogSection* section) {
@@ -157,7 +140,7 @@ int Run(const ExportOptions& opt) {
 
     std::u16string results;
     bool written = false;
-    std::unique_ptr<ScratchFolder> scratch;
+    std::optional<TemporaryFolder> scratch;
     auto call = [&](auto&& exportCall) {
         try {
             written = exportCall();
@@ -190,14 +173,12 @@ int Run(const ExportOptions& opt) {
             call([&] { return translator.ExportFileW(platform::Utf8ToUtf16(parameters).c_str(), &results); });
         }
     } else {
-        try {
-            scratch = std::make_unique<ScratchFolder>();
-        } catch (const std::exception& e) {
-            section->AddMessage(host::kLogError, e.what());
-        }
+        scratch.emplace("orcadx-export");
+        if (scratch->Path().empty()) section->AddMessage(host::kLogError, "cannot make a temporary folder");
         host::IProject* project =
-            scratch ? app.CreateProject((fs::path(scratch->path) / (fs::path(input).stem().string() + ".VsProj")).string())
-                    : nullptr;
+            scratch->Path().empty()
+                ? nullptr
+                : app.CreateProject((fs::path(scratch->Path()) / (fs::path(input).stem().string() + ".VsProj")).string());
         host::ISch_Document* sheet = project ? AddSheetTree(app, project, input, section) : nullptr;
         if (sheet) {
             app.FocusProject(project);

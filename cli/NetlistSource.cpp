@@ -1,6 +1,5 @@
 #include "cli/NetlistSource.h"
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -15,25 +14,6 @@ namespace orcadx::cli {
 namespace {
 
 namespace fs = std::filesystem;
-
-// A folder of its own below the system's temporary folder, removed with this object.
-class TemporaryFolder {
-public:
-    TemporaryFolder() {
-        std::string pattern = (fs::temp_directory_path() / "orcadx-netlist-XXXXXX").string();
-        if (mkdtemp(pattern.data())) path_ = pattern;
-    }
-    ~TemporaryFolder() {
-        std::error_code ec;
-        if (!path_.empty()) fs::remove_all(path_, ec);
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    const fs::path& Path() const { return path_; }
-
-private:
-    fs::path path_;
-};
 
 int FromProject(const std::string& file, host::Netlist& netlist) {
     host::HostOptions options;
@@ -50,7 +30,7 @@ int FromProject(const std::string& file, host::Netlist& netlist) {
 
 int FromDesign(const std::string& file, host::Netlist& netlist) {
     auto& ctx = GetContext();
-    TemporaryFolder folder;
+    TemporaryFolder folder("orcadx-netlist");
     if (folder.Path().empty()) {
         std::cerr << "error: cannot make a temporary folder for the import\n";
         return kExitFailed;
@@ -61,9 +41,9 @@ int FromDesign(const std::string& file, host::Netlist& netlist) {
     hostOptions.KeepClosedDocuments = true;
     host::HostApplication app(hostOptions);
     translator.RegisterHost(&app);
-    host::IProject* project = app.CreateProject((folder.Path() / (fs::path(file).stem().string() + ".VsProj")).string());
+    host::IProject* project = app.CreateProject((fs::path(folder.Path()) / (fs::path(file).stem().string() + ".VsProj")).string());
     std::u16string name = platform::Utf8ToUtf16(fs::absolute(file).string());
-    std::u16string out = platform::Utf8ToUtf16(folder.Path().string());
+    std::u16string out = platform::Utf8ToUtf16(folder.Path());
     bool valid = translator.IsValidDSN(name.c_str());
     if (!valid) {
         translator.RegisterHost(nullptr);
