@@ -4,8 +4,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <filesystem>
 #include <map>
@@ -13,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "BenchBasics.h"
 #include "dbo/DboDesign.h"
 #include "host/ClientServices.h"
 #include "host/HostApplication.h"
@@ -35,29 +34,12 @@ inline host::HostOptions Quiet(const std::filesystem::path& dir) {
     return o;
 }
 
-// The largest file ending in .olb (any case) below `corpus`; empty when there is none.
-inline std::filesystem::path LargestLibrary(const std::filesystem::path& corpus) {
-    std::filesystem::path largest;
-    if (!std::filesystem::is_directory(corpus)) return largest;
-    for (const auto& e : std::filesystem::recursive_directory_iterator(corpus)) {
-        std::string ext = e.path().extension().string();
-        std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return std::tolower(c); });
-        if (e.is_regular_file() && ext == ".olb" &&
-            (largest.empty() || e.file_size() > std::filesystem::file_size(largest)))
-            largest = e.path();
+// The load of a Capture file alone.
+inline void BM_Load(benchmark::State& state, const std::filesystem::path& file) {
+    for (auto _ : state) {
+        dbo::TDboDesign d(file.string(), nullptr, 100, nullptr);
+        benchmark::DoNotOptimize(d.Load(false));
     }
-    return largest;
-}
-
-// Takes "--corpus DIR" out of the arguments; the rest go to Google Benchmark.
-inline std::filesystem::path CorpusOption(int& argc, char** argv, std::vector<char*>& rest,
-                                          std::filesystem::path corpus) {
-    for (int i = 0; i < argc; ++i) {
-        if (std::string(argv[i]) == "--corpus" && i + 1 < argc) corpus = argv[++i];
-        else rest.push_back(argv[i]);
-    }
-    argc = static_cast<int>(rest.size());
-    return corpus;
 }
 
 // Each iteration in a new host; `timed(app)` runs with the clock going, the rest (the host's making
@@ -161,9 +143,9 @@ struct LibraryStep {
 inline int RunLibrarySteps(int argc, char** argv, const std::filesystem::path& defaultCorpus,
                            const std::vector<LibraryStep>& steps, const std::string& column) {
     std::vector<char*> args;
-    std::filesystem::path corpus = CorpusOption(argc, argv, args, defaultCorpus);
+    std::filesystem::path corpus = PathOption(argc, argv, args, "--corpus", defaultCorpus);
     benchmark::Initialize(&argc, args.data());
-    std::filesystem::path largest = LargestLibrary(corpus);
+    std::filesystem::path largest = LargestFile(corpus, ".olb");
     if (largest.empty()) {
         std::fprintf(stderr, "no sample library in %s\n", corpus.string().c_str());
         return 1;

@@ -23,13 +23,6 @@ using namespace orcadx;
 
 namespace {
 
-void BM_Load(benchmark::State& state, const fs::path& file) {
-    for (auto _ : state) {
-        dbo::TDboDesign d(file.string(), nullptr, 100, nullptr);
-        benchmark::DoNotOptimize(d.Load(false));
-    }
-}
-
 // The whole import as a host calls it.
 void BM_ImportOLB(benchmark::State& state, const fs::path& file) {
     const fs::path dir = bench::Scratch("orcadx-import-bench");
@@ -47,7 +40,7 @@ void BM_ImportOLB(benchmark::State& state, const fs::path& file) {
 
 int main(int argc, char** argv) {
     return bench::RunLibrarySteps(argc, argv, ORCADX_CORPUS_DIR,
-                                  {{"Load", BM_Load, "Load"},
+                                  {{"Load", bench::BM_Load, "Load"},
                                    {"Translate", bench::BM_ImportTranslate, "Load"},
                                    {"ImportLibrary", bench::BM_ImportLibrary, "Load"},
                                    {"ImportOLB", BM_ImportOLB, "Load"}},

@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "BenchBasics.h"
 #include "dbo/DboDesign.h"
 #include "dbo/DboSummary.h"
 #include "dbo/DboViewObjects.h"
@@ -23,14 +24,6 @@ namespace fs = std::filesystem;
 using namespace orcadx;
 
 namespace {
-
-uint64_t StatusBytes(const char* field) {
-    std::ifstream in("/proc/self/status");
-    std::string line, key = std::string(field) + ":";
-    while (std::getline(in, line))
-        if (line.compare(0, key.size(), key) == 0) return std::stoull(line.substr(key.size())) * 1024;
-    return 0;
-}
 
 // Objects that a load made: components, symbols, pages and every object on the pages.
 int64_t CountObjects(const dbo::TDboDesign& d) {
@@ -61,10 +54,10 @@ std::map<std::string, FileFacts> facts;
 FileFacts MeasureHere(const fs::path& path) {
     FileFacts f;
     f.size = fs::file_size(path);
-    uint64_t before = StatusBytes("VmRSS");
+    uint64_t before = bench::StatusKiB("VmRSS") * 1024;
     dbo::TDboDesign d(path.string(), nullptr, 100, nullptr);
     d.Load(false);
-    uint64_t peak = StatusBytes("VmHWM");
+    uint64_t peak = bench::StatusKiB("VmHWM") * 1024;
     f.peak = peak > before ? peak - before : 0;
     f.objects = CountObjects(d);
     f.version = d.Version;
@@ -72,10 +65,7 @@ FileFacts MeasureHere(const fs::path& path) {
 }
 
 FileFacts Measure(const fs::path& path) {
-    std::string quoted;
-    for (char c : path.string()) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    // Resolved here: inside the shell that popen starts, /proc/self/exe would be the shell.
-    std::string command = "'" + fs::read_symlink("/proc/self/exe").string() + "' --measure '" + quoted + "'";
+    const std::string command = bench::MeasureCommand(path);
     FILE* p = popen(command.c_str(), "r");
     if (!p) throw std::runtime_error("can't run " + command);
     FileFacts f;
@@ -147,24 +137,11 @@ int main(int argc, char** argv) {
                     static_cast<unsigned long long>(f.peak), f.version);
         return 0;
     }
-    fs::path corpus = ORCADX_CORPUS_DIR;
     std::vector<char*> args;
-    for (int i = 0; i < argc; ++i) {
-        if (std::string(argv[i]) == "--corpus" && i + 1 < argc) corpus = argv[++i];
-        else args.push_back(argv[i]);
-    }
-    int n = static_cast<int>(args.size());
-    benchmark::Initialize(&n, args.data());
+    const fs::path corpus = bench::PathOption(argc, argv, args, "--corpus", ORCADX_CORPUS_DIR);
+    benchmark::Initialize(&argc, args.data());
 
-    std::vector<fs::path> files;
-    if (fs::is_directory(corpus))
-        for (const auto& e : fs::recursive_directory_iterator(corpus)) {
-            if (!e.is_regular_file()) continue;
-            std::string ext = e.path().extension().string();
-            std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return std::tolower(c); });
-            if (ext == ".dsn" || ext == ".olb" || ext == ".obk") files.push_back(e.path());
-        }
-    std::sort(files.begin(), files.end());
+    const std::vector<fs::path> files = bench::FilesWithExtensions(corpus, {".dsn", ".olb", ".obk"});
     if (files.empty()) {
         std::fprintf(stderr, "no sample files in %s\n", corpus.string().c_str());
         return 1;

@@ -143,7 +143,7 @@ private:
 
 int main(int argc, char** argv) {
     std::vector<char*> rest;
-    fs::path corpus = bench::CorpusOption(argc, argv, rest, ORCADX_CORPUS_DIR);
+    fs::path corpus = bench::PathOption(argc, argv, rest, "--corpus", ORCADX_CORPUS_DIR);
     for (const char* name : kDesigns) {
         fs::path file = corpus / name;
         if (!fs::is_regular_file(file)) continue;

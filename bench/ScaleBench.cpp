@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "BenchBasics.h"
 #include "dbo/DboDesign.h"
 #include "fuzz/HostileFiles.h"
 
@@ -28,14 +29,6 @@ using namespace orcadx;
 using fuzz::Hostile;
 
 namespace {
-
-uint64_t StatusBytes(const char* field) {
-    std::ifstream in(std::string("/proc/self/status"));
-    std::string line, key = std::string(field) + ":";
-    while (std::getline(in, line))
-        if (line.compare(0, key.size(), key) == 0) return std::stoull(line.substr(key.size())) * 1024;
-    return 0;
-}
 
 struct Case {
     Hostile family;
@@ -71,7 +64,7 @@ bool LoadFile(const fs::path& file) {
 
 // The growth of the resident set during one load, in a fresh process (this program again).
 uint64_t MeasurePeak(const fs::path& file) {
-    std::string command = "'" + fs::read_symlink("/proc/self/exe").string() + "' --measure '" + file.string() + "'";
+    const std::string command = bench::MeasureCommand(file);
     FILE* p = popen(command.c_str(), "r");
     if (!p) throw std::runtime_error("can't run " + command);
     unsigned long long peak = 0;
@@ -186,21 +179,17 @@ private:
 
 int main(int argc, char** argv) {
     if (argc == 3 && std::string(argv[1]) == "--measure") {
-        uint64_t before = StatusBytes("VmRSS");
+        uint64_t before = bench::StatusKiB("VmRSS") * 1024;
         LoadFile(argv[2]);
-        uint64_t peak = StatusBytes("VmHWM");
+        uint64_t peak = bench::StatusKiB("VmHWM") * 1024;
         std::printf("%llu\n", static_cast<unsigned long long>(peak > before ? peak - before : 0));
         return 0;
     }
     // Beside the program by default: a fixed folder of /tmp would be shared with other users.
-    fs::path dir = fs::read_symlink("/proc/self/exe").parent_path() / "scale-files";
     std::vector<char*> args;
-    for (int i = 0; i < argc; ++i) {
-        if (std::string(argv[i]) == "--dir" && i + 1 < argc) dir = argv[++i];
-        else args.push_back(argv[i]);
-    }
-    int n = static_cast<int>(args.size());
-    benchmark::Initialize(&n, args.data());
+    const fs::path dir =
+        bench::PathOption(argc, argv, args, "--dir", fs::read_symlink("/proc/self/exe").parent_path() / "scale-files");
+    benchmark::Initialize(&argc, args.data());
     fs::create_directories(dir);
 
     for (int f = 0; f < static_cast<int>(Hostile::Count); ++f) {
