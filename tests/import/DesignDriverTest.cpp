@@ -15,28 +15,15 @@ namespace {
 using namespace orcadx::host;
 namespace fs = std::filesystem;
 
-std::u16string Wide(const fs::path& p) { return platform::Utf8ToUtf16(p.string()); }
-
-bool Has(const std::vector<std::string>& list, const std::string& item) {
-    return std::find(list.begin(), list.end(), item) != list.end();
-}
-
 const fs::path& SampleDesign() {
     static const fs::path file =
         fs::path(ORCADX_SOURCE_DIR) / "examples" / "Series-Regulator" / "P1_Olteanu_Rares.dsn";
     return file;
 }
 
-class DesignDriverTest : public ::testing::Test {
+class DesignDriverTest : public DriverTest {
 protected:
-    DesignDriverTest()
-        : folder(ScratchDir(::testing::UnitTest::GetInstance()->current_test_info()->name())),
-          app(ImportHostOptions(folder)) {
-        RegisterHost(&app);
-        fs::create_directories(folder / "out");
-        project = app.CreateProject((folder / "out" / "P1.VsProj").string());
-    }
-    ~DesignDriverTest() override { RegisterHost(nullptr); }
+    DesignDriverTest() : DriverTest("P1.VsProj") {}
 
     void Import(const fs::path& file, const fs::path& out) {
         ImportDSN(Wide(file).c_str(), &options, &status, &log, Wide(out).c_str(), project, &templates);
@@ -47,14 +34,6 @@ protected:
         for (int32_t i = 0; i < project->GetDocumentCount(); ++i) out.push_back(project->GetDocument(i)->GetFileName());
         return out;
     }
-
-    fs::path folder;
-    HostApplication app;
-    ImporterOptions options;
-    ProgressRecorder status;
-    LogSection log;
-    IProject* project = nullptr;
-    uint8_t templates = 7;
 };
 
 }  // namespace

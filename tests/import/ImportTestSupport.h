@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -15,9 +16,11 @@
 #include "dbo/DboLibObjects.h"
 #include "dbo/DboObjects.h"
 #include "dbo/DboSymbolObjects.h"
+#include "entry/TranslatorApi.h"
 #include "host/ClientServices.h"
 #include "host/HostApplication.h"
 #include "host/HostSupport.h"
+#include "platform/CodePage.h"
 #include "platform/CompoundFile.h"
 
 namespace orcadx::test {
@@ -28,6 +31,12 @@ inline host::HostOptions ImportHostOptions(const std::filesystem::path& folder) 
     options.SettingsFolder = (folder / "settings").string();
     options.TemplatesFolder = (folder / "templates").string();
     return options;
+}
+
+inline std::u16string Wide(const std::filesystem::path& p) { return platform::Utf8ToUtf16(p.string()); }
+
+inline bool Has(const std::vector<std::string>& list, const std::string& item) {
+    return std::find(list.begin(), list.end(), item) != list.end();
 }
 
 // The host, a new library document in a scratch folder, and an empty library file.
@@ -236,6 +245,28 @@ struct ProgressRecorder final : host::IHandler_Status {
     std::vector<int32_t> steps;
     int32_t depth = 0, range = 0;
     bool completed = false;
+};
+
+// A test of the exported functions: the host registered for them (until the test ends), a folder
+// of the test's own with an empty folder "out", and in that a new project named `projectName`.
+class DriverTest : public ::testing::Test {
+protected:
+    explicit DriverTest(const std::string& projectName)
+        : folder(ScratchDir(::testing::UnitTest::GetInstance()->current_test_info()->name())),
+          app(ImportHostOptions(folder)) {
+        RegisterHost(&app);
+        std::filesystem::create_directories(folder / "out");
+        project = app.CreateProject((folder / "out" / projectName).string());
+    }
+    ~DriverTest() override { RegisterHost(nullptr); }
+
+    std::filesystem::path folder;
+    host::HostApplication app;
+    host::ImporterOptions options;
+    ProgressRecorder status;
+    host::LogSection log;
+    host::IProject* project = nullptr;
+    uint8_t templates = 7;
 };
 
 }  // namespace orcadx::test

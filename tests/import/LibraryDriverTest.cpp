@@ -15,27 +15,14 @@ namespace {
 
 using namespace orcadx::host;
 
-std::u16string Wide(const std::filesystem::path& p) { return platform::Utf8ToUtf16(p.string()); }
-
 std::string ReadFile(const std::filesystem::path& path) {
     std::ifstream in(path, std::ios::binary);
     return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
 }
 
-bool Has(const std::vector<std::string>& list, const std::string& item) {
-    return std::find(list.begin(), list.end(), item) != list.end();
-}
-
-class LibraryDriverTest : public ::testing::Test {
+class LibraryDriverTest : public DriverTest {
 protected:
-    LibraryDriverTest()
-        : folder(ScratchDir(::testing::UnitTest::GetInstance()->current_test_info()->name())),
-          app(ImportHostOptions(folder)) {
-        RegisterHost(&app);
-        std::filesystem::create_directories(folder / "out");
-        project = app.CreateProject((folder / "out" / "lib.VsProj").string());
-    }
-    ~LibraryDriverTest() override { RegisterHost(nullptr); }
+    LibraryDriverTest() : DriverTest("lib.VsProj") {}
 
     // A library file of two components and a title block.
     std::filesystem::path WriteLibrary(const std::string& name, bool withContents = true) {
@@ -60,14 +47,6 @@ protected:
                        ILogSection* l) {
         ImportOLB(Wide(file).c_str(), &options, s, l, Wide(out).c_str(), project, &templates);
     }
-
-    std::filesystem::path folder;
-    HostApplication app;
-    ImporterOptions options;
-    ProgressRecorder status;
-    LogSection log;
-    IProject* project = nullptr;
-    uint8_t templates = 7;
 };
 
 TEST_F(LibraryDriverTest, ALibraryImportsWithItsStatusLogNotificationsAndAnalytics) {
