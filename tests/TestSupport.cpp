@@ -18,6 +18,20 @@ std::vector<std::filesystem::path> CorpusFiles(const std::vector<std::string>& e
     return out;
 }
 
+std::vector<std::string> SampleFiles(const std::string& extension) {
+    std::vector<std::string> names;
+    for (const auto& file : CorpusFiles({extension}))
+        names.push_back(std::filesystem::relative(file, CorpusDir()).string());
+    if (names.empty()) names.push_back("");
+    return names;
+}
+
+std::string SampleTestName(const ::testing::TestParamInfo<std::string>& info) {
+    std::string name = std::to_string(info.index) + "_";
+    for (char c : info.param) name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
+    return name;
+}
+
 std::filesystem::path ScratchDir(const std::string& name) {
     auto dir = std::filesystem::path(ORCADX_BINARY_DIR) / "test-scratch" / name;
     std::filesystem::remove_all(dir);

@@ -22,6 +22,12 @@ inline std::filesystem::path ReferenceDir() { return std::filesystem::path(ORCAD
 // sorted by path.
 std::vector<std::filesystem::path> CorpusFiles(const std::vector<std::string>& exts);
 
+// The sample files of one extension (".olb", ".dsn", any case), by path below the corpus; one
+// empty name when there are none, which the test skips.
+std::vector<std::string> SampleFiles(const std::string& extension);
+// A test's name from its index and its sample file's path.
+std::string SampleTestName(const ::testing::TestParamInfo<std::string>& info);
+
 // A fresh, empty folder for one test, below the build tree.
 std::filesystem::path ScratchDir(const std::string& name);
 

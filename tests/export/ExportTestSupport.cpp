@@ -15,14 +15,6 @@
 
 namespace orcadx::test {
 
-std::vector<std::string> SampleFiles(const std::string& extension) {
-    std::vector<std::string> names;
-    for (const auto& file : CorpusFiles({extension}))
-        names.push_back(std::filesystem::relative(file, CorpusDir()).string());
-    if (names.empty()) names.push_back("");
-    return names;
-}
-
 namespace {
 
 // The thirteen object lists of a page, in file order.
@@ -127,12 +119,6 @@ ImportedProject::ImportedProject(const std::filesystem::path& folder, const std:
         if (!sheet) sheet = app.SchDocumentOf(app.OpenDocumentFile(document->GetFullPath()));
         if (sheet) sheets[document->GetFileName()] = sheet;
     }
-}
-
-std::string SampleTestName(const ::testing::TestParamInfo<std::string>& info) {
-    std::string name = std::to_string(info.index) + "_";
-    for (char c : info.param) name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
-    return name;
 }
 
 void ExportFixture::SetUp() {

@@ -17,12 +17,6 @@
 
 namespace orcadx::test {
 
-// The sample files of one extension (".olb", ".dsn", any case), by path below the corpus; one
-// empty name when there are none, which the test skips.
-std::vector<std::string> SampleFiles(const std::string& extension);
-// A test's name from its index and its sample file's path.
-std::string SampleTestName(const ::testing::TestParamInfo<std::string>& info);
-
 // The file versions that the export entry points accept ("OrcadVersion"), in decimal order.
 inline const std::vector<uint32_t>& ExportVersions() {
     static const std::vector<uint32_t> versions{0x00000001, 0x00000002, 0x00010001, 0x00010002, 0x00020003, 0x00030003};

@@ -76,19 +76,6 @@ std::vector<std::string> Messages(LogSection& log) {
     return out;
 }
 
-std::vector<std::string> SampleDesigns() {
-    std::vector<std::string> names;
-    for (const auto& file : CorpusFiles({".dsn"})) names.push_back(fs::relative(file, CorpusDir()).string());
-    if (names.empty()) names.push_back("");
-    return names;
-}
-
-std::string TestName(const ::testing::TestParamInfo<std::string>& info) {
-    std::string name = std::to_string(info.index) + "_";
-    for (char c : info.param) name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
-    return name;
-}
-
 // The design as Capture holds it, read on its own: views, their pages, and the blocks that
 // instantiate each view.
 struct CaptureView {
@@ -250,6 +237,6 @@ TEST_P(DesignCorpus, ImportsEveryPageOnceWithExplainedMessagesAndItsHierarchy) {
               << symbols << " sheet symbols with " << entries << " entries\n";
 }
 
-INSTANTIATE_TEST_SUITE_P(Corpus, DesignCorpus, ::testing::ValuesIn(SampleDesigns()), TestName);
+INSTANTIATE_TEST_SUITE_P(Corpus, DesignCorpus, ::testing::ValuesIn(SampleFiles(".dsn")), SampleTestName);
 
 }  // namespace orcadx::test
