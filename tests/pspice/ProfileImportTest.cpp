@@ -63,6 +63,19 @@ std::unique_ptr<TBaseQsolveNetlistSettings> ReadBack(const std::string& text) {
     return settings;
 }
 
+// The analyses that are on in read-back settings are those the profile file marks as on (`on` by
+// section id: 0 transient, 1 AC, 2 DC sweep, 3 bias point, 4 Monte Carlo, 5 and 6 parametric and
+// temperature sweep); pole-zero is never on.
+void ExpectAnalysesOn(const TBaseQsolveNetlistSettings& settings, std::map<int, bool> on) {
+    EXPECT_EQ(settings.Transient->Active, on[0]);
+    EXPECT_EQ(settings.AC->Active, on[1]);
+    EXPECT_EQ(settings.DCSweep->Active, on[2]);
+    EXPECT_EQ(settings.OperatingPoint->Active, on[3]);
+    EXPECT_EQ(settings.MonteCarlo->Active, on[4]);
+    EXPECT_EQ(settings.ParameterSweep->Active || settings.TemperatureSweep->Active, on[5] || on[6]);
+    EXPECT_FALSE(settings.PoleZero->Active);
+}
+
 std::vector<std::pair<std::string, std::string>> Globals(const TGlobalParameterList& list) {
     std::vector<std::pair<std::string, std::string>> out;
     for (size_t i = 0; i < list.Count(); ++i) out.emplace_back(list.GetParameter(i).Name, list.GetParameter(i).Value);
@@ -311,15 +324,8 @@ TEST_F(ProfileImport, SampleProjectsStoreEveryProfile) {
             ++storedProfiles;
             EXPECT_EQ(s.Active, files[i] == active);
             EXPECT_EQ(s.ProfileName, fs::path(files[i]).stem().string());
-            std::map<int, bool> on = test::AnalysesOn(files[i]);
             auto settings = ReadBack(s.ConfigParameters);
-            EXPECT_EQ(settings->Transient->Active, on[0]);
-            EXPECT_EQ(settings->AC->Active, on[1]);
-            EXPECT_EQ(settings->DCSweep->Active, on[2]);
-            EXPECT_EQ(settings->OperatingPoint->Active, on[3]);
-            EXPECT_EQ(settings->MonteCarlo->Active, on[4]);
-            EXPECT_EQ(settings->ParameterSweep->Active || settings->TemperatureSweep->Active, on[5] || on[6]);
-            EXPECT_FALSE(settings->PoleZero->Active);
+            ExpectAnalysesOn(*settings, test::AnalysesOn(files[i]));
             EXPECT_EQ(Globals(settings->GlobalParameters),
                       (std::vector<std::pair<std::string, std::string>>{{"corpus", "1meg"}}));
         }
@@ -387,16 +393,9 @@ TEST(DesignProfileImport, SampleDesignsStoreTheirProfilesWithTheGlobalParameters
             names.push_back("\"" + s.ProfileName + "\"");
             EXPECT_EQ(s.Active, files[i] == active);
             EXPECT_EQ(s.OutputType, "QsolveNetlist");
-            std::map<int, bool> on = test::AnalysesOn(files[i]);
             auto settings = ReadBack(s.ConfigParameters);
             EXPECT_EQ(settings->SimulationName, fs::path(files[i]).stem().string());
-            EXPECT_EQ(settings->Transient->Active, on[0]);
-            EXPECT_EQ(settings->AC->Active, on[1]);
-            EXPECT_EQ(settings->DCSweep->Active, on[2]);
-            EXPECT_EQ(settings->OperatingPoint->Active, on[3]);
-            EXPECT_EQ(settings->MonteCarlo->Active, on[4]);
-            EXPECT_EQ(settings->ParameterSweep->Active || settings->TemperatureSweep->Active, on[5] || on[6]);
-            EXPECT_FALSE(settings->PoleZero->Active);
+            ExpectAnalysesOn(*settings, test::AnalysesOn(files[i]));
             auto globals = Globals(settings->GlobalParameters);
             if (firstGlobals.empty()) firstGlobals = globals;
             EXPECT_EQ(globals, firstGlobals) << "every profile has the same global parameters";
