@@ -19,7 +19,6 @@ namespace {
 
 std::string Narrow(const WideChar* text) { return text ? platform::Utf16ToUtf8(text) : std::string(); }
 
-
 }  // namespace
 
 void RegisterHost(host::IHostApplication* app) { entry::SetHostApplication(app); }
@@ -205,6 +204,18 @@ void ImportDesignFile(host::IHostApplication& app, const std::string& fileName, 
     }
 }
 
+// The host that RegisterHost named; none, with an error in the log that `what` has no host.
+host::IHostApplication* RegisteredHost(host::ILogSection* Log, const std::string& what) {
+    host::IHostApplication* app = entry::HostApplication();
+    if (!app) {
+        try {
+            platform::LogMessage(Log, host::kLogError, what + ": no host application is registered");
+        } catch (...) {
+        }
+    }
+    return app;
+}
+
 }  // namespace
 
 bool AnalyzeDSN(const WideChar* FileName, host::IHandler_Status* Status, host::IStringList* Analysis,
@@ -225,14 +236,8 @@ void ImportDSN(const WideChar* FileName, host::IOrcadImporterOption* Options, ho
                host::ILogSection* Log, const WideChar* OutputFolder, host::IProject* Project,
                uint8_t* TemplatesImported) {
     if (!IsValidDSN(FileName)) return;
-    host::IHostApplication* app = entry::HostApplication();
-    if (!app) {
-        try {
-            platform::LogMessage(Log, host::kLogError, "Design import: no host application is registered");
-        } catch (...) {
-        }
-        return;
-    }
+    host::IHostApplication* app = RegisteredHost(Log, "Design import");
+    if (!app) return;
     ImportDesignFile(*app, Narrow(FileName), Options, Status, Log, Narrow(OutputFolder), Project, TemplatesImported);
 }
 
@@ -240,14 +245,8 @@ void ImportOLB(const WideChar* FileName, host::IOrcadImporterOption* Options, ho
                host::ILogSection* Log, const WideChar* OutputFolder, host::IProject* Project,
                uint8_t* TemplatesImported) {
     if (!IsValidOLB(FileName)) return;
-    host::IHostApplication* app = entry::HostApplication();
-    if (!app) {
-        try {
-            platform::LogMessage(Log, host::kLogError, "Library import: no host application is registered");
-        } catch (...) {
-        }
-        return;
-    }
+    host::IHostApplication* app = RegisteredHost(Log, "Library import");
+    if (!app) return;
     ImportLibraryFile(*app, Narrow(FileName), Options, Status, Log, Narrow(OutputFolder), Project, TemplatesImported);
 }
 
