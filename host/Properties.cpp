@@ -125,16 +125,28 @@ void AppendInt(std::string& out, Int v) {
 // whole numbers, null for what JSON can't hold).
 void AppendDouble(std::string& out, double v) { out += Json(v).dump(); }
 
-void AppendPoint(std::string& out, Coord p, int depth) {
-    out += "[\n";
-    AppendTabs(out, depth + 1);
-    AppendInt(out, p.X);
-    out += ",\n";
-    AppendTabs(out, depth + 1);
-    AppendInt(out, p.Y);
+// A list or object of `count` members between `open` and `close`, each on a line of its own one
+// level deeper (written by `member(i)`); empty ones as "[]" or "{}".
+template <class Member>
+void AppendMembers(std::string& out, size_t count, int depth, char open, char close, Member member) {
+    out += open;
+    if (count == 0) {
+        out += close;
+        return;
+    }
+    out += '\n';
+    for (size_t i = 0; i < count; ++i) {
+        if (i > 0) out += ",\n";
+        AppendTabs(out, depth + 1);
+        member(i);
+    }
     out += '\n';
     AppendTabs(out, depth);
-    out += ']';
+    out += close;
+}
+
+void AppendPoint(std::string& out, Coord p, int depth) {
+    AppendMembers(out, 2, depth, '[', ']', [&](size_t i) { AppendInt(out, i == 0 ? p.X : p.Y); });
 }
 
 }  // namespace
@@ -157,37 +169,19 @@ void AppendJsonString(std::string& out, std::string_view text) {
 
 void AppendJsonText(std::string& out, const Json& value, int depth) {
     switch (value.type()) {
-        case Json::value_t::object:
-            if (value.empty()) {
-                out += "{}";
-                return;
-            }
-            out += "{\n";
-            for (auto it = value.begin(); it != value.end(); ++it) {
-                if (it != value.begin()) out += ",\n";
-                AppendTabs(out, depth + 1);
+        case Json::value_t::object: {
+            auto it = value.begin();
+            AppendMembers(out, value.size(), depth, '{', '}', [&](size_t) {
                 AppendJsonString(out, it.key());
                 out += ": ";
                 AppendJsonText(out, it.value(), depth + 1);
-            }
-            out += '\n';
-            AppendTabs(out, depth);
-            out += '}';
+                ++it;
+            });
             return;
+        }
         case Json::value_t::array:
-            if (value.empty()) {
-                out += "[]";
-                return;
-            }
-            out += "[\n";
-            for (size_t i = 0; i < value.size(); ++i) {
-                if (i > 0) out += ",\n";
-                AppendTabs(out, depth + 1);
-                AppendJsonText(out, value[i], depth + 1);
-            }
-            out += '\n';
-            AppendTabs(out, depth);
-            out += ']';
+            AppendMembers(out, value.size(), depth, '[', ']',
+                          [&](size_t i) { AppendJsonText(out, value[i], depth + 1); });
             return;
         case Json::value_t::string: AppendJsonString(out, value.get_ref<const std::string&>()); return;
         case Json::value_t::boolean: out += value.get<bool>() ? "true" : "false"; return;
@@ -208,19 +202,7 @@ void AppendJsonText(std::string& out, const PropertyValue& value, int depth) {
         void operator()(const std::string& v) const { AppendJsonString(out, v); }
         void operator()(Coord v) const { AppendPoint(out, v, depth); }
         void operator()(const std::vector<Coord>& v) const {
-            if (v.empty()) {
-                out += "[]";
-                return;
-            }
-            out += "[\n";
-            for (size_t i = 0; i < v.size(); ++i) {
-                if (i > 0) out += ",\n";
-                AppendTabs(out, depth + 1);
-                AppendPoint(out, v[i], depth + 1);
-            }
-            out += '\n';
-            AppendTabs(out, depth);
-            out += ']';
+            AppendMembers(out, v.size(), depth, '[', ']', [&](size_t i) { AppendPoint(out, v[i], depth + 1); });
         }
         void operator()(const Json& v) const { AppendJsonText(out, v, depth); }
     };
