@@ -20,6 +20,15 @@ using namespace orcadx;
 using namespace orcadx::test;
 namespace fs = std::filesystem;
 
+// Runs orcadx with `args`: the exit code must be `code` and standard error must hold `error`.
+Result ExpectRun(const std::string& args, int code, const std::string& error) {
+    SCOPED_TRACE(args);
+    Result r = RunOrcadx(args);
+    EXPECT_EQ(r.code, code) << r.err;
+    EXPECT_NE(r.err.find(error), std::string::npos) << r.err;
+    return r;
+}
+
 TEST(CommandLine, ValidateGivesTheVerdictForEverySampleFile) {
     ORCADX_REQUIRE_CORPUS();
     auto files = test::CorpusFiles({".dsn", ".olb"});
@@ -249,9 +258,7 @@ TEST(SimCommand, PrintsAProfileAsSpiceTextWithItsChecks) {
     EXPECT_NE(r.out.find("* Settings: Record=QsolveNetlistView|"), std::string::npos) << r.out;
 
     std::ofstream(dir / "bad.sim") << "@OrCAD Simulation Server Version: 2.0\n";
-    r = RunOrcadx("sim " + Quote(dir / "bad.sim"));
-    EXPECT_EQ(r.code, 1);
-    EXPECT_NE(r.err.find("Unrecognised simulation profile file version - "), std::string::npos) << r.err;
+    r = ExpectRun("sim " + Quote(dir / "bad.sim"), 1, "Unrecognised simulation profile file version - ");
     r = RunOrcadx("sim " + Quote(dir / "dc.txt"));
     EXPECT_EQ(r.code, 2);
 }
@@ -302,9 +309,8 @@ TEST(SimCommand, PrintsTheProfilesStoredInAHostProject) {
     EXPECT_EQ(r.code, 0) << r.err;
     EXPECT_NE(r.out.find("* No simulation profiles in "), std::string::npos) << r.out;
     std::ofstream(dir / "Broken.VsProj") << "{";
-    r = RunOrcadx("sim " + Quote(dir / "Broken.VsProj"));
-    EXPECT_EQ(r.code, 1);
-    EXPECT_NE(r.err.find("Cannot read the project file " + (dir / "Broken.VsProj").string()), std::string::npos) << r.err;
+    r = ExpectRun("sim " + Quote(dir / "Broken.VsProj"), 1,
+                  "Cannot read the project file " + (dir / "Broken.VsProj").string());
 }
 
 namespace {
@@ -363,28 +369,21 @@ TEST(CommandLine, ExportFailuresSayWhatIsWrong) {
     auto dir = test::ScratchDir("cli-export-fail");
     std::ofstream(dir / "Parts.SchLib") << kLibrary;
     // A version Capture doesn't know.
-    auto r = RunOrcadx("export " + Quote(dir / "Parts.SchLib") + " -o " + Quote(dir / "x.OLB") + " --version 7");
-    EXPECT_EQ(r.code, 1);
-    EXPECT_NE(r.err.find("Orcad Version is incorrect."), std::string::npos) << r.err;
+    auto r = ExpectRun("export " + Quote(dir / "Parts.SchLib") + " -o " + Quote(dir / "x.OLB") + " --version 7", 1,
+                       "Orcad Version is incorrect.");
     EXPECT_FALSE(fs::exists(dir / "x.OLB"));
     // The output must be a library name, the input a schematic library that exists.
-    r = RunOrcadx("export " + Quote(dir / "Parts.SchLib") + " -o " + Quote(dir / "x.DSN"));
-    EXPECT_EQ(r.code, 2);
-    EXPECT_NE(r.err.find("the name must end in .OLB"), std::string::npos) << r.err;
+    r = ExpectRun("export " + Quote(dir / "Parts.SchLib") + " -o " + Quote(dir / "x.DSN"), 2,
+                  "the name must end in .OLB");
     EXPECT_EQ(RunOrcadx("export " + Quote(dir / "Parts.txt") + " -o " + Quote(dir / "x.OLB")).code, 2);
-    r = RunOrcadx("export " + Quote(dir / "missing.SchLib") + " -o " + Quote(dir / "x.OLB"));
-    EXPECT_EQ(r.code, 1);
-    EXPECT_NE(r.err.find("does not exist"), std::string::npos) << r.err;
+    r = ExpectRun("export " + Quote(dir / "missing.SchLib") + " -o " + Quote(dir / "x.OLB"), 1, "does not exist");
     // A file that isn't a library document.
     std::ofstream(dir / "Broken.SchLib") << "{ not json";
-    r = RunOrcadx("export " + Quote(dir / "Broken.SchLib") + " -o " + Quote(dir / "x.OLB"));
-    EXPECT_EQ(r.code, 1);
-    EXPECT_NE(r.err.find("error: "), std::string::npos) << r.err;
+    r = ExpectRun("export " + Quote(dir / "Broken.SchLib") + " -o " + Quote(dir / "x.OLB"), 1, "error: ");
     EXPECT_FALSE(fs::exists(dir / "x.OLB"));
     // A folder that can't take the file: the error box's message reaches the log.
-    r = RunOrcadx("export " + Quote(dir / "Parts.SchLib") + " -o " + Quote(dir / "no" / "such" / "x.OLB"));
-    EXPECT_EQ(r.code, 1);
-    EXPECT_NE(r.err.find("error: Error: "), std::string::npos) << r.err;
+    r = ExpectRun("export " + Quote(dir / "Parts.SchLib") + " -o " + Quote(dir / "no" / "such" / "x.OLB"), 1,
+                  "error: Error: ");
 }
 
 // A project and a lone sheet made by importing one page of the sample design in examples/ become
@@ -424,16 +423,10 @@ TEST(CommandLine, ExportOfAProjectAndOfASheet) {
     EXPECT_EQ(r.code, 0);
     EXPECT_NE(r.out.find("valid (design, version 0x00020003)"), std::string::npos) << r.out;
     // A sheet goes the host's way, in version 65537 only; a design is written to .DSN.
-    r = RunOrcadx("export " + sheet + " -o " + Quote(dir / "x.DSN") + " --version 65538");
-    EXPECT_EQ(r.code, 2);
-    EXPECT_NE(r.err.find("--version"), std::string::npos) << r.err;
-    r = RunOrcadx("export " + project + " -o " + Quote(dir / "x.OLB"));
-    EXPECT_EQ(r.code, 2);
-    EXPECT_NE(r.err.find("the name must end in .DSN"), std::string::npos) << r.err;
+    r = ExpectRun("export " + sheet + " -o " + Quote(dir / "x.DSN") + " --version 65538", 2, "--version");
+    r = ExpectRun("export " + project + " -o " + Quote(dir / "x.OLB"), 2, "the name must end in .DSN");
     std::ofstream(dir / "Broken.VsProj") << "{ not json";
-    r = RunOrcadx("export " + Quote(dir / "Broken.VsProj") + " -o " + Quote(dir / "x.DSN"));
-    EXPECT_EQ(r.code, 1);
-    EXPECT_NE(r.err.find("as a project"), std::string::npos) << r.err;
+    r = ExpectRun("export " + Quote(dir / "Broken.VsProj") + " -o " + Quote(dir / "x.DSN"), 1, "as a project");
     EXPECT_FALSE(fs::exists(dir / "x.DSN"));
 }
 
@@ -469,12 +462,10 @@ TEST(CommandLine, ImportOfOnePage) {
     r = RunOrcadx("import " + design + " --page FINAL -o " + Quote(dir / "two") + " -q");
     EXPECT_TRUE(onlyPSpiceErrors(r)) << r.code << r.err;
     EXPECT_TRUE(fs::is_regular_file(dir / "two" / "FINAL.SchDoc"));
-    r = RunOrcadx("import " + design + " --page SCHEMATIC2/NOPAGE -o " + Quote(dir / "three") + " -q");
-    EXPECT_EQ(r.code, 1);
-    EXPECT_NE(r.err.find("has no page SCHEMATIC2/NOPAGE"), std::string::npos) << r.err;
-    r = RunOrcadx("import " + Quote(source / "Libs" / "BC846B.OLB") + " --page X -o " + Quote(dir / "four") + " -q");
-    EXPECT_EQ(r.code, 2);
-    EXPECT_NE(r.err.find("--page needs a design"), std::string::npos) << r.err;
+    r = ExpectRun("import " + design + " --page SCHEMATIC2/NOPAGE -o " + Quote(dir / "three") + " -q", 1,
+                  "has no page SCHEMATIC2/NOPAGE");
+    r = ExpectRun("import " + Quote(source / "Libs" / "BC846B.OLB") + " --page X -o " + Quote(dir / "four") + " -q", 2,
+                  "--page needs a design");
 }
 
 namespace {
