@@ -8,17 +8,13 @@
 #include "host/ClientServices.h"
 #include "import/Manage_FontTable.h"
 #include "platform/TextCompare.h"
+#include "platform/TextFiles.h"
 
 namespace orcadx::exporter {
 
-namespace {
+using platform::FileNameOf;
 
-std::string FileNameOf(const std::string& path) {
-    std::string p = path;
-    for (char& c : p)
-        if (c == '\\') c = '/';
-    return std::filesystem::path(p).filename().string();
-}
+namespace {
 
 bool IsSheetKind(host::IDocument* document) {
     return document && platform::SameTextNoCase(document->GetDocumentKind(), "SCH");

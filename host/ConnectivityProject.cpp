@@ -9,8 +9,11 @@
 #include "host/Connectivity.h"
 #include "host/HostApplication.h"
 #include "platform/TextCompare.h"
+#include "platform/TextFiles.h"
 
 namespace orcadx::host::impl {
+
+using platform::FileNameOf;
 
 namespace {
 
@@ -19,12 +22,6 @@ std::string Fold(const std::string& s) { return platform::UpperCaseAscii(s); }
 std::string Trim(const std::string& s) {
     size_t a = s.find_first_not_of(" \t\r\n"), b = s.find_last_not_of(" \t\r\n");
     return a == std::string::npos ? std::string() : s.substr(a, b - a + 1);
-}
-
-// The file name of a path written with either kind of separator.
-std::string FileNameOf(const std::string& path) {
-    size_t slash = path.find_last_of("/\\");
-    return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
 bool IsTrue(const std::string& text) { return Fold(Trim(text)) == "TRUE"; }

@@ -15,16 +15,17 @@
 #include "platform/NameIndex.h"
 #include "platform/Status.h"
 #include "platform/TextCompare.h"
+#include "platform/TextFiles.h"
 #include "pspice/PSpiceModelImport.h"
 #include "pspice/PSpiceProfileImport.h"
 
 namespace orcadx::importer {
 
+using platform::FileNameOf;
+
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string FileNameOf(const std::string& path) { return fs::path(path).filename().string(); }
 
 std::string WithExtension(const std::string& name, const std::string& extension) {
     return fs::path(name).replace_extension(extension).string();

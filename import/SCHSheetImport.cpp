@@ -15,8 +15,11 @@
 #include "platform/IniFile.h"
 #include "platform/Status.h"
 #include "platform/TextCompare.h"
+#include "platform/TextFiles.h"
 
 namespace orcadx::importer {
+
+using platform::FileNameOf;
 
 namespace {
 
@@ -30,11 +33,6 @@ int32_t RoundToGrid(int32_t value, int32_t grid, bool up) {
 }
 
 uint64_t PointKey(host::Coord p) { return (uint64_t(uint32_t(p.X)) << 32) | uint32_t(p.Y); }
-
-std::string FileNameOf(const std::string& path) {
-    size_t slash = path.find_last_of("/\\");
-    return slash == std::string::npos ? path : path.substr(slash + 1);
-}
 
 }  // namespace
 

@@ -29,6 +29,12 @@ std::vector<std::string> SplitLines(std::string_view text);
 // The text without the characters 9, 10, 13 and 32 at either end.
 std::string TrimBlanks(std::string_view text);
 
+// The last step of a path: what follows its last "/" or "\" (the whole path when it has neither).
+inline std::string FileNameOf(std::string_view path) {
+    const size_t slash = path.find_last_of("/\\");
+    return std::string(slash == std::string_view::npos ? path : path.substr(slash + 1));
+}
+
 // A Windows path is relative when it holds no ":" and does not start with two backslashes; a path
 // that starts with "/" is absolute on this system too.
 bool IsRelativePath(std::string_view path);
