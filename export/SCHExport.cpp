@@ -205,11 +205,6 @@ std::unique_ptr<dbo::TDboPin> NewPinFor(dbo::TDboBaseDesign* design, const std::
     return dbo::Make<dbo::TDboPinScalar>(design);
 }
 
-std::string FileNamePart(const std::string& path) {
-    size_t slash = path.find_last_of("/\\");
-    return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
 std::string FootprintName(host::ISch_Component* component) {
     std::string current, last;
     bool haveCurrent = false;

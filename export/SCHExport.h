@@ -48,9 +48,6 @@ host::ISch_Parameter* FindParameter(host::ISch_BasicContainer* object, const std
 // A pin record for a pin or sheet entry of that name: a bus pin when the name holds "..".
 std::unique_ptr<dbo::TDboPin> NewPinFor(dbo::TDboBaseDesign* design, const std::string& name);
 
-// The file name of a path, after its last "/" or "\".
-std::string FileNamePart(const std::string& path);
-
 // The footprint of a component: the model name of its current "PCBLIB" implementation, else of
 // the last one; empty when it has none.
 std::string FootprintName(host::ISch_Component* component);

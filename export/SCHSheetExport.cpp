@@ -12,6 +12,7 @@
 #include "import/Manage_FontTable.h"
 #include "platform/Status.h"
 #include "platform/TextCompare.h"
+#include "platform/TextFiles.h"
 
 namespace orcadx::exporter {
 
@@ -155,7 +156,7 @@ TSCHSheetExporter::TSCHSheetExporter(host::IHostApplication& host, dbo::TDboDesi
       PageNames(pageNames),
       Project(project) {
     if (!Page) return;
-    if (Sheet && PageNames) Page->PageName = PageNames->GetUniquePageName("", FileNamePart(Sheet->GetState_DocumentName()));
+    if (Sheet && PageNames) Page->PageName = PageNames->GetUniquePageName("", platform::FileNameOf(Sheet->GetState_DocumentName()));
     ReadPageSize();
     PageTop = (Page->Height - Page->GridVertWidth) / 10;
 }

@@ -11,6 +11,7 @@
 #include "import/Manage_FontTable.h"
 #include "platform/Status.h"
 #include "platform/TextCompare.h"
+#include "platform/TextFiles.h"
 
 namespace orcadx::exporter {
 
@@ -264,7 +265,7 @@ std::unique_ptr<dbo::TDboObject> TSCHSheetExporter::ExportSheetSymbol(host::ISch
     Coord location = symbol->GetState_Location();
     if (host::ISch_SheetFileName* file = symbol->GetState_SheetFileName()) {
         std::string fullName = ResolveSheetFile(file->GetState_Text());
-        std::string pageName = FileNamePart(fullName);
+        std::string pageName = platform::FileNameOf(fullName);
         if (PageNames) pageName = PageNames->GetUniquePageName("", pageName);
         block->ImplementSheetIdx = block->ImplementFolderIdx = Design->AddString(pageName);
         if (!file->GetState_IsHidden()) AddTextProperty(*block, "Value", fullName, file, location);
