@@ -14,17 +14,13 @@
 namespace orcadx::host::impl {
 
 using platform::FileNameOf;
+using platform::TrimBlanks;
 
 namespace {
 
 std::string Fold(const std::string& s) { return platform::UpperCaseAscii(s); }
 
-std::string Trim(const std::string& s) {
-    size_t a = s.find_first_not_of(" \t\r\n"), b = s.find_last_not_of(" \t\r\n");
-    return a == std::string::npos ? std::string() : s.substr(a, b - a + 1);
-}
-
-bool IsTrue(const std::string& text) { return Fold(Trim(text)) == "TRUE"; }
+bool IsTrue(const std::string& text) { return Fold(TrimBlanks(text)) == "TRUE"; }
 
 ObjectCore* Parameter(ObjectCore* owner, const std::string& name) {
     for (ObjectCore* c : owner->Children())
@@ -50,8 +46,8 @@ std::vector<std::string> BusMembers(const std::string& name) {
         return true;
     };
     long first = 0, last = 0;
-    if (!number(Trim(name.substr(open + 1, dots - open - 1)), first) ||
-        !number(Trim(name.substr(dots + 2, close - dots - 2)), last))
+    if (!number(TrimBlanks(name.substr(open + 1, dots - open - 1)), first) ||
+        !number(TrimBlanks(name.substr(dots + 2, close - dots - 2)), last))
         return {};
     std::string base = name.substr(0, open), tail = name.substr(close + 1);
     std::vector<std::string> out;
@@ -181,9 +177,9 @@ private:
         d.PageOnly = PageOnlyLabels(d.Groups);
         for (ObjectCore* symbol : d.Symbols) {
             ObjectCore* file = ChildOf(symbol, eSheetFileName);
-            std::string target = file ? FileNameOf(Trim(file->GetStr("Text"))) : std::string();
+            std::string target = file ? FileNameOf(TrimBlanks(file->GetStr("Text"))) : std::string();
             size_t dot = target.rfind('.');
-            if (dot == std::string::npos || !SameTextIgnoringCase(target.substr(0, dot), Trim(SymbolName(symbol))))
+            if (dot == std::string::npos || !SameTextIgnoringCase(target.substr(0, dot), TrimBlanks(SymbolName(symbol))))
                 d.GroupsPages = false;
         }
         return d;
@@ -198,7 +194,7 @@ private:
         while (start <= text.size()) {
             size_t end = text.find(';', start);
             if (end == std::string::npos) end = text.size();
-            std::string name = FileNameOf(Trim(text.substr(start, end - start)));
+            std::string name = FileNameOf(TrimBlanks(text.substr(start, end - start)));
             start = end + 1;
             if (name.empty()) continue;
             auto it = byName_.find(Fold(name));
@@ -419,7 +415,7 @@ private:
             return;
 
         NetlistPart part;
-        part.Designator = Trim(text(ChildOf(component, eDesignator)));
+        part.Designator = TrimBlanks(text(ChildOf(component, eDesignator)));
         part.LibReference = component->GetStr("LibReference");
         part.Library = component->GetStr("SourceLibraryName");
         part.Description = Resolve(component->GetStr("ComponentDescription"), component, chain, sheet.Sheet);

@@ -73,14 +73,6 @@ std::vector<std::string> SplitLines(std::string_view text) {
     return lines;
 }
 
-std::string TrimBlanks(std::string_view text) {
-    auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
-    size_t b = 0, e = text.size();
-    while (b < e && blank(text[b])) ++b;
-    while (e > b && blank(text[e - 1])) --e;
-    return std::string(text.substr(b, e - b));
-}
-
 bool IsRelativePath(std::string_view path) {
     if (path.find(':') != std::string_view::npos) return false;
     if (path.size() >= 2 && path[0] == '\\' && path[1] == '\\') return false;

@@ -27,7 +27,13 @@ bool ReadTextFile(const std::string& path, std::string& text, TextEncoding* enco
 std::vector<std::string> SplitLines(std::string_view text);
 
 // The text without the characters 9, 10, 13 and 32 at either end.
-std::string TrimBlanks(std::string_view text);
+inline std::string TrimBlanks(std::string_view text) {
+    auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
+    size_t b = 0, e = text.size();
+    while (b < e && blank(text[b])) ++b;
+    while (e > b && blank(text[e - 1])) --e;
+    return std::string(text.substr(b, e - b));
+}
 
 // The last step of a path: what follows its last "/" or "\" (the whole path when it has neither).
 inline std::string FileNameOf(std::string_view path) {
