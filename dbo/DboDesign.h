@@ -79,5 +79,6 @@ private:
 
 // Orders texts as people read numbered names: "PAGE2" before "PAGE10", case ignored.
 int NaturalCompare(const std::string& a, const std::string& b);
+inline bool NaturalLess(const std::string& a, const std::string& b) { return NaturalCompare(a, b) < 0; }
 
 }  // namespace orcadx::dbo

@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 
 #include "dbo/DboDesign.h"
+#include "export/NetlistWriters.h"
 #include "platform/TextCompare.h"
 
 namespace orcadx::exporter {
@@ -40,13 +41,6 @@ std::string FileStem(const std::string& fileName) {
     size_t dot = fileName.rfind('.');
     return dot == std::string::npos || dot == 0 ? fileName : fileName.substr(0, dot);
 }
-
-std::string LibraryStem(const std::string& path) {
-    size_t slash = path.find_last_of("/\\");
-    return FileStem(slash == std::string::npos ? path : path.substr(slash + 1));
-}
-
-bool NaturalLess(const std::string& a, const std::string& b) { return dbo::NaturalCompare(a, b) < 0; }
 
 // Design paths of the sheet occurrences: '@ROOT.VIEW(SCH_1):' and, one level down,
 // '@ROOT.VIEW(SCH_1):BLK1@ROOT.INNER(SCH_1):', in upper case and in the escaped lower case.
@@ -191,12 +185,9 @@ AllegroNetlistFiles WriteAllegroNetlist(const host::Netlist& netlist, const Alle
         nets.push_back(&net);
     }
     std::stable_sort(nets.begin(), nets.end(),
-                     [](const host::NetlistNet* a, const host::NetlistNet* b) { return NaturalLess(a->Name, b->Name); });
+                     [](const host::NetlistNet* a, const host::NetlistNet* b) { return dbo::NaturalLess(a->Name, b->Name); });
     auto nodeLess = [&](const std::pair<size_t, size_t>& a, const std::pair<size_t, size_t>& b) {
-        const host::NetlistPart &pa = netlist.Parts[a.first], &pb = netlist.Parts[b.first];
-        int d = dbo::NaturalCompare(pa.Designator, pb.Designator);
-        if (d != 0) return d < 0;
-        return NaturalLess(pa.Pins[a.second].Number, pb.Pins[b.second].Number);
+        return NodeLess(netlist, a.first, a.second, b.first, b.second);
     };
     auto writeNode = [&](std::string& out, size_t part, size_t pin) {
         const host::NetlistPart& p = netlist.Parts[part];
@@ -231,21 +222,7 @@ AllegroNetlistFiles WriteAllegroNetlist(const host::Netlist& netlist, const Alle
     parts = "FILE_TYPE = EXPANDEDPARTLIST;\n" + header;
     parts += "DIRECTIVES\n PST_VERSION='PST_HDL_CENTRIC_VERSION_0';\n ROOT_DRAWING=" + Quoted(paths.Root()) +
              ";\n POST_TIME=" + Quoted(PostTime(stamp)) + ";\n SOURCE_TOOL='CAPTURE_WRITER';\nEND_DIRECTIVES;\n\n";
-    std::vector<std::vector<size_t>> packages;
-    {
-        std::unordered_map<std::string, size_t> byDesignator;
-        for (size_t i = 0; i < netlist.Parts.size(); ++i) {
-            auto [it, fresh] = byDesignator.emplace(UpperCaseAscii(netlist.Parts[i].Designator), packages.size());
-            if (fresh) packages.emplace_back();
-            packages[it->second].push_back(i);
-        }
-    }
-    std::stable_sort(packages.begin(), packages.end(), [&](const std::vector<size_t>& a, const std::vector<size_t>& b) {
-        return NaturalLess(netlist.Parts[a[0]].Designator, netlist.Parts[b[0]].Designator);
-    });
-    for (std::vector<size_t>& package : packages) {
-        std::stable_sort(package.begin(), package.end(),
-                         [&](size_t a, size_t b) { return netlist.Parts[a].PartId < netlist.Parts[b].PartId; });
+    for (const std::vector<size_t>& package : PartPackages(netlist)) {
         const host::NetlistPart& first = netlist.Parts[package[0]];
         parts += "PART_NAME\n " + UpperCaseAscii(first.Designator) + " " + Quoted(primitives[primitiveOf[package[0]]].Name) +
                  ":;\n\n";

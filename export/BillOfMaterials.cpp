@@ -14,8 +14,6 @@ namespace orcadx::exporter {
 
 namespace {
 
-bool NaturalLess(const std::string& a, const std::string& b) { return dbo::NaturalCompare(a, b) < 0; }
-
 std::string CsvField(const std::string& text) {
     if (text.find_first_of(",\"\r\n") == std::string::npos && (text.empty() || (text.front() != ' ' && text.back() != ' ')))
         return text;
@@ -39,9 +37,9 @@ std::vector<BomLine> BomLines(const host::Netlist& netlist) {
         if (fresh) lines.push_back({part.Value, part.LibReference, part.Footprint, {}});
         lines[it->second].Designators.push_back(part.Designator);
     }
-    for (BomLine& line : lines) std::sort(line.Designators.begin(), line.Designators.end(), NaturalLess);
+    for (BomLine& line : lines) std::sort(line.Designators.begin(), line.Designators.end(), dbo::NaturalLess);
     std::sort(lines.begin(), lines.end(),
-              [](const BomLine& a, const BomLine& b) { return NaturalLess(a.Designators.front(), b.Designators.front()); });
+              [](const BomLine& a, const BomLine& b) { return dbo::NaturalLess(a.Designators.front(), b.Designators.front()); });
     return lines;
 }
 

@@ -9,16 +9,11 @@
 
 #include "dbo/DboDesign.h"
 #include "platform/TextCompare.h"
+#include "platform/TextFiles.h"
 
 namespace orcadx::exporter {
 
-namespace {
-
-bool NaturalLess(const std::string& a, const std::string& b) { return dbo::NaturalCompare(a, b) < 0; }
-
-// The parts of a netlist by package: the sections of one designator together, packages in natural
-// order of their designators, sections by part number.
-std::vector<std::vector<size_t>> Packages(const host::Netlist& netlist) {
+std::vector<std::vector<size_t>> PartPackages(const host::Netlist& netlist) {
     std::vector<std::vector<size_t>> packages;
     std::unordered_map<std::string, size_t> byDesignator;
     for (size_t i = 0; i < netlist.Parts.size(); ++i) {
@@ -27,21 +22,33 @@ std::vector<std::vector<size_t>> Packages(const host::Netlist& netlist) {
         packages[it->second].push_back(i);
     }
     std::stable_sort(packages.begin(), packages.end(), [&](const auto& a, const auto& b) {
-        return NaturalLess(netlist.Parts[a[0]].Designator, netlist.Parts[b[0]].Designator);
+        return dbo::NaturalLess(netlist.Parts[a[0]].Designator, netlist.Parts[b[0]].Designator);
     });
     for (auto& p : packages)
         std::stable_sort(p.begin(), p.end(), [&](size_t a, size_t b) { return netlist.Parts[a].PartId < netlist.Parts[b].PartId; });
     return packages;
 }
 
+bool NodeLess(const host::Netlist& netlist, size_t partA, size_t pinA, size_t partB, size_t pinB) {
+    const host::NetlistPart &pa = netlist.Parts[partA], &pb = netlist.Parts[partB];
+    int d = dbo::NaturalCompare(pa.Designator, pb.Designator);
+    if (d != 0) return d < 0;
+    return dbo::NaturalLess(pa.Pins[pinA].Number, pb.Pins[pinB].Number);
+}
+
+std::string LibraryStem(const std::string& path) {
+    std::string name = platform::FileNameOf(path);
+    size_t dot = name.rfind('.');
+    return dot == std::string::npos || dot == 0 ? name : name.substr(0, dot);
+}
+
+namespace {
+
 // The nodes of a net in natural order of designator and pin number.
 std::vector<host::NetlistNode> SortedNodes(const host::Netlist& netlist, const host::NetlistNet& net) {
     std::vector<host::NetlistNode> nodes = net.Nodes;
     std::stable_sort(nodes.begin(), nodes.end(), [&](const host::NetlistNode& a, const host::NetlistNode& b) {
-        const host::NetlistPart &pa = netlist.Parts[a.Part], &pb = netlist.Parts[b.Part];
-        int d = dbo::NaturalCompare(pa.Designator, pb.Designator);
-        if (d != 0) return d < 0;
-        return NaturalLess(pa.Pins[a.Pin].Number, pb.Pins[b.Pin].Number);
+        return NodeLess(netlist, a.Part, a.Pin, b.Part, b.Pin);
     });
     return nodes;
 }
@@ -78,13 +85,6 @@ std::string StampOf(const std::string& text) {
            hex.substr(20, 12);
 }
 
-std::string LibraryStem(const std::string& path) {
-    size_t slash = path.find_last_of("/\\");
-    std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
-    size_t dot = name.rfind('.');
-    return dot == std::string::npos || dot == 0 ? name : name.substr(0, dot);
-}
-
 // The library of a part by its file's name, else the design's.
 std::string LibraryOf(const host::NetlistPart& part, const host::Netlist& netlist) {
     std::string library = LibraryStem(part.Library);
@@ -112,7 +112,7 @@ std::string WriteKiCadNetlist(const host::Netlist& netlist, const KiCadStamp& st
     out += "    (sheet (number \"1\") (name \"/\") (tstamps \"/\")\n      (title_block\n        (title " + Q(netlist.Title) +
            ")\n        (company)\n        (rev)\n        (date)\n        (source " + Q(stamp.Source) + "))))\n";
 
-    auto packages = Packages(netlist);
+    auto packages = PartPackages(netlist);
     out += "  (components";
     for (const auto& package : packages) {
         const host::NetlistPart& p = netlist.Parts[package[0]];
@@ -149,7 +149,7 @@ std::string WriteKiCadNetlist(const host::Netlist& netlist, const KiCadStamp& st
             for (const std::string& n : pin.Numbers)
                 if (!n.empty() && std::none_of(pins.begin(), pins.end(), [&](const auto& x) { return x.first == n; }))
                     pins.emplace_back(n, &pin);
-        std::stable_sort(pins.begin(), pins.end(), [](const auto& a, const auto& b) { return NaturalLess(a.first, b.first); });
+        std::stable_sort(pins.begin(), pins.end(), [](const auto& a, const auto& b) { return dbo::NaturalLess(a.first, b.first); });
         for (const auto& [number, pin] : pins)
             out += "\n        (pin (num " + Q(number) + ") (name " + Q(pin->Name) + ") (type " + Q(KiCadPinType(pin->Electrical)) + "))";
         out += "))";
@@ -163,7 +163,7 @@ std::string WriteKiCadNetlist(const host::Netlist& netlist, const KiCadStamp& st
     for (const host::NetlistNet& net : netlist.Nets) nets.push_back(&net);
     std::stable_sort(nets.begin(), nets.end(), [](const host::NetlistNet* a, const host::NetlistNet* b) {
         if (a->Unconnected != b->Unconnected) return b->Unconnected;
-        return NaturalLess(a->Name, b->Name);
+        return dbo::NaturalLess(a->Name, b->Name);
     });
     out += "  (nets";
     size_t code = 0;
@@ -193,7 +193,7 @@ std::string WriteKiCadNetlist(const host::Netlist& netlist, const KiCadStamp& st
 std::string WriteJsonNetlist(const host::Netlist& netlist) {
     using Json = nlohmann::ordered_json;
     Json parts = Json::array();
-    for (const auto& package : Packages(netlist)) {
+    for (const auto& package : PartPackages(netlist)) {
         const host::NetlistPart& p = netlist.Parts[package[0]];
         Json sections = Json::array();
         for (size_t i : package) {
@@ -224,7 +224,7 @@ std::string WriteJsonNetlist(const host::Netlist& netlist) {
     std::vector<const host::NetlistNet*> nets;
     for (const host::NetlistNet& net : netlist.Nets) nets.push_back(&net);
     std::stable_sort(nets.begin(), nets.end(),
-                     [](const host::NetlistNet* a, const host::NetlistNet* b) { return NaturalLess(a->Name, b->Name); });
+                     [](const host::NetlistNet* a, const host::NetlistNet* b) { return dbo::NaturalLess(a->Name, b->Name); });
     Json jnets = Json::array();
     for (const host::NetlistNet* net : nets) {
         Json nodes = Json::array();
