@@ -20,6 +20,8 @@ using namespace orcadx;
 using namespace orcadx::test;
 namespace fs = std::filesystem;
 
+namespace {
+
 // Runs orcadx with `args`: the exit code must be `code` and standard error must hold `error`.
 Result ExpectRun(const std::string& args, int code, const std::string& error) {
     SCOPED_TRACE(args);
@@ -28,6 +30,25 @@ Result ExpectRun(const std::string& args, int code, const std::string& error) {
     EXPECT_NE(r.err.find(error), std::string::npos) << r.err;
     return r;
 }
+
+// A run of orcadx with the exit code it must end with and parts of what it must print.
+struct RunCase {
+    std::string args;
+    int code;
+    std::string out, err;  // parts of stdout and stderr
+};
+
+void ExpectRuns(const std::vector<RunCase>& cases) {
+    for (const RunCase& c : cases) {
+        SCOPED_TRACE(c.args);
+        Result r = RunOrcadx(c.args);
+        EXPECT_EQ(r.code, c.code) << r.out << r.err;
+        EXPECT_NE(r.out.find(c.out), std::string::npos) << r.out;
+        EXPECT_NE(r.err.find(c.err), std::string::npos) << r.err;
+    }
+}
+
+}  // namespace
 
 TEST(CommandLine, ValidateGivesTheVerdictForEverySampleFile) {
     ORCADX_REQUIRE_CORPUS();
@@ -123,12 +144,7 @@ TEST(CommandLine, ExitCodesAndMessagesOfEverySubcommand) {
     const std::string notes = Quote(dir / "notes.DSN"), missing = Quote(dir / "missing.DSN");
     const std::string missingPath = (dir / "missing.DSN").string();
 
-    struct Case {
-        std::string args;
-        int code;
-        std::string out, err;  // parts of stdout and stderr
-    };
-    const std::vector<Case> cases = {
+    const std::vector<RunCase> cases = {
         {"validate " + design + " " + library, 0, "BC846B.OLB: valid (library, version 0x00020003)", ""},
         {"validate " + notes, 1, "notes.DSN: not valid: Error opening storage", ""},
         {"validate " + missing, 1, "missing.DSN: not valid: the file does not exist", ""},
@@ -171,13 +187,7 @@ TEST(CommandLine, ExitCodesAndMessagesOfEverySubcommand) {
         {"--version", 0, "orcadx 0.1", ""},
         {"--bogus info " + design, 2, "", "--bogus"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.args);
-        Result r = RunOrcadx(c.args);
-        EXPECT_EQ(r.code, c.code) << r.out << r.err;
-        EXPECT_NE(r.out.find(c.out), std::string::npos) << r.out;
-        EXPECT_NE(r.err.find(c.err), std::string::npos) << r.err;
-    }
+    ExpectRuns(cases);
     EXPECT_TRUE(fs::is_regular_file(dir / "Sheet.svg"));
 }
 
@@ -510,12 +520,7 @@ TEST(NetlistCommand, WritesEveryFormatOfAProjectAndItsBillOfMaterials) {
     std::ofstream(dir / "notes.txt") << "text\n";
     std::ofstream(dir / "notes.DSN") << "text\n";
     std::ofstream(dir / "bad.VsProj") << "{ not json";
-    struct Case {
-        std::string args;
-        int code;
-        std::string out, err;
-    };
-    const std::vector<Case> cases = {
+    const std::vector<RunCase> cases = {
         {"netlist " + project + " --format json", 0, "\"name\": \"SIG\"", ""},
         {"netlist " + project + " --format kicad", 0, "(net (code \"1\") (name \"GND\")", ""},
         {"netlist " + project + " --format kicad -o " + Quote(dir / "small.net"), 0, "", ""},
@@ -532,13 +537,7 @@ TEST(NetlistCommand, WritesEveryFormatOfAProjectAndItsBillOfMaterials) {
         {"bom " + project + " --format xls", 2, "", "--format"},
         {"bom", 2, "", "file is required"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.args);
-        Result r = RunOrcadx(c.args);
-        EXPECT_EQ(r.code, c.code) << r.out << r.err;
-        EXPECT_NE(r.out.find(c.out), std::string::npos) << r.out;
-        EXPECT_NE(r.err.find(c.err), std::string::npos) << r.err;
-    }
+    ExpectRuns(cases);
     EXPECT_EQ(Slurp(dir / "small.net").rfind("(export (version \"E\")", 0), 0u);
     std::string nets = Slurp(dir / "allegro" / "pstxnet.dat");
     EXPECT_NE(nets.find("NET_NAME\n'SIG'\n"), std::string::npos) << nets;
