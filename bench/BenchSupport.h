@@ -26,13 +26,7 @@ inline std::filesystem::path Scratch(const std::string& name) {
     return dir;
 }
 
-inline host::HostOptions Quiet(const std::filesystem::path& dir) {
-    host::HostOptions o;
-    o.Seed = 5;
-    o.SettingsFolder = (dir / "settings").string();
-    o.TemplatesFolder = (dir / "templates").string();
-    return o;
-}
+inline host::HostOptions Quiet(const std::filesystem::path& dir) { return host::HostOptionsIn(dir.string(), 5); }
 
 // The load of a Capture file alone.
 inline void BM_Load(benchmark::State& state, const std::filesystem::path& file) {

@@ -45,10 +45,7 @@ bool Import(host::HostApplication& app, const fs::path& folder, host::IProject*&
 }
 
 host::HostOptions Options(const fs::path& folder) {
-    host::HostOptions options;
-    options.Seed = 1;
-    options.SettingsFolder = (folder / "settings").string();
-    options.TemplatesFolder = (folder / "templates").string();
+    host::HostOptions options = host::HostOptionsIn(folder.string(), 1);
     options.KeepClosedDocuments = true;  // as orcadx netlist runs it
     return options;
 }

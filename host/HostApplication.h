@@ -35,6 +35,17 @@ struct HostOptions {
     bool KeepClosedDocuments = false;
 };
 
+// Options of a host whose settings and data files go into "settings" and "templates" below
+// `folder`, with unique ids from `seed` (0: a random seed): a host of its own for one test or
+// benchmark run.
+inline HostOptions HostOptionsIn(const std::string& folder, uint32_t seed = 0) {
+    HostOptions options;
+    options.Seed = seed;
+    options.SettingsFolder = folder + "/settings";
+    options.TemplatesFolder = folder + "/templates";
+    return options;
+}
+
 class HostApplication final : public IHostApplication {
 public:
     explicit HostApplication(HostOptions options = {});

@@ -92,10 +92,7 @@ std::vector<dbo::TDboStorableObject*> PageRecords(const dbo::TDboDesign& design)
 }
 
 host::HostOptions HostIn(const std::filesystem::path& folder) {
-    host::HostOptions options;
-    options.Seed = 19;
-    options.SettingsFolder = (folder / "settings").string();
-    options.TemplatesFolder = (folder / "templates").string();
+    host::HostOptions options = host::HostOptionsIn(folder.string(), 19);
     std::filesystem::create_directories(options.SettingsFolder);
     return options;
 }
@@ -127,10 +124,7 @@ void ExportFixture::SetUp() {
     for (char& c : name)
         if (c == '/') c = '_';
     dir_ = ScratchDir(name);
-    host::HostOptions options;
-    options.Seed = 17;
-    options.SettingsFolder = (dir_ / "settings").string();
-    options.TemplatesFolder = (dir_ / "templates").string();
+    host::HostOptions options = host::HostOptionsIn(dir_.string(), 17);
     std::filesystem::create_directories(options.SettingsFolder);
     app_ = std::make_unique<host::HostApplication>(options);
     app_->StartSchServer();

@@ -90,11 +90,7 @@ TEST(CaptureNetlists, WrittenBackThroughTheWriterTheyKeepEveryNet) {
 // The netlist of a design imported into a project in `folder`; nothing when the import made no
 // sheets, with the reason in `why`.
 std::optional<host::Netlist> ImportedNetlist(const fs::path& dsn, const fs::path& folder, std::string& why) {
-    host::HostOptions options;
-    options.Seed = 5;
-    options.SettingsFolder = (folder / "settings").string();
-    options.TemplatesFolder = (folder / "templates").string();
-    host::HostApplication app(options);
+    host::HostApplication app(host::HostOptionsIn(folder.string(), 5));
     RegisterHost(&app);
     host::IProject* project = app.CreateProject((folder / (dsn.stem().string() + ".VsProj")).string());
     host::LogSection log;

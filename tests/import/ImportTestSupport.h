@@ -26,11 +26,7 @@
 namespace orcadx::test {
 
 inline host::HostOptions ImportHostOptions(const std::filesystem::path& folder) {
-    host::HostOptions options;
-    options.Seed = 11;
-    options.SettingsFolder = (folder / "settings").string();
-    options.TemplatesFolder = (folder / "templates").string();
-    return options;
+    return host::HostOptionsIn(folder.string(), 11);
 }
 
 inline std::u16string Wide(const std::filesystem::path& p) { return platform::Utf8ToUtf16(p.string()); }

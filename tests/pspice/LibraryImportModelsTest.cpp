@@ -36,10 +36,7 @@ TEST(PSpiceLibraryImport, ALibraryImportCopiesTheModelsItsPartsNameAndMakesTheir
     ORCADX_REQUIRE_CORPUS();
     const fs::path libs = test::CorpusDir() / "Series-Regulator" / "Libs";
     const fs::path dir = test::ScratchDir("pspice-library-import");
-    host::HostOptions hostOptions;
-    hostOptions.SettingsFolder = (dir / "settings").string();
-    hostOptions.TemplatesFolder = (dir / "templates").string();
-    host::HostApplication app(hostOptions);
+    host::HostApplication app(host::HostOptionsIn(dir.string()));
     RegisterHost(&app);
     host::IProject* project = app.CreateProject((dir / "opto.VsProj").string());
     host::ImporterOptions options;

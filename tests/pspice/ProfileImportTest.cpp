@@ -360,10 +360,7 @@ TEST(DesignProfileImport, SampleDesignsStoreTheirProfilesWithTheGlobalParameters
         SCOPED_TRACE(dsn.string());
         ++designs;
         fs::path folder = test::ScratchDir("design-profiles-" + opj.stem().string());
-        host::HostOptions options = Options(11);
-        options.SettingsFolder = (folder / "settings").string();
-        options.TemplatesFolder = (folder / "templates").string();
-        host::HostApplication app(options);
+        host::HostApplication app(host::HostOptionsIn(folder.string(), 11));
         app.StartSchServer();
         host::IProject* project = app.CreateProject((folder / (opj.stem().string() + ".VsProj")).string());
         host::LogSection log;
