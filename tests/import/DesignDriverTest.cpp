@@ -43,11 +43,7 @@ TEST_F(DesignDriverTest, ADesignImportsWithItsStatusNotificationsAnalyticsAndPro
     app.StartSchServer()->GetPreferences()->SetState_BooleanPreference("AutoJunctions", true);
     Import(SampleDesign(), folder / "out");
     EXPECT_EQ(templates, 1);
-    EXPECT_EQ(status.range, 300);
-    EXPECT_TRUE(status.completed);
-    EXPECT_EQ(status.depth, 0);
-    EXPECT_LE(status.Sum(), 300);
-    EXPECT_TRUE(Has(status.titles, "Importing Design"));
+    ExpectWholeStatus(300, "Importing Design");
     EXPECT_TRUE(Has(status.lines, "Importing View SCHEMATIC2 of Page VREF_TEST"));
     const std::string projectPath = project->GetProjectDocument()->GetFullPath();
     // The document notifications around the import; between them each page asks to be shown whole.

@@ -256,6 +256,15 @@ protected:
     }
     ~DriverTest() override { RegisterHost(nullptr); }
 
+    // The status ran its whole range of `range` steps under the title `title`, ended and completed.
+    void ExpectWholeStatus(int32_t range, const std::string& title) const {
+        EXPECT_EQ(status.range, range);
+        EXPECT_TRUE(status.completed);
+        EXPECT_EQ(status.depth, 0);
+        EXPECT_LE(status.Sum(), range);
+        EXPECT_TRUE(Has(status.titles, title));
+    }
+
     std::filesystem::path folder;
     host::HostApplication app;
     host::ImporterOptions options;

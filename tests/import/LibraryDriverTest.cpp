@@ -57,11 +57,7 @@ TEST_F(LibraryDriverTest, ALibraryImportsWithItsStatusLogNotificationsAndAnalyti
     const auto library = out / "lib_Library.SchLib";
     ASSERT_TRUE(std::filesystem::exists(library));
     EXPECT_EQ(templates, 0);
-    EXPECT_EQ(status.range, 250);
-    EXPECT_TRUE(status.completed);
-    EXPECT_EQ(status.depth, 0);
-    EXPECT_LE(status.Sum(), 250);
-    EXPECT_TRUE(Has(status.titles, "Importing Library"));
+    ExpectWholeStatus(250, "Importing Library");
     ASSERT_EQ(log.Sections().size(), 2u);
     EXPECT_EQ(log.Sections()[0]->Title(), "Load Messages");
     EXPECT_EQ(log.Sections()[1]->Title(), "Importing Library - lib_Library.SchLib");
