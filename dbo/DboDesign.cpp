@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <filesystem>
+#include <system_error>
 
 #include "dbo/DboCacheObjects.h"
 #include "dbo/DboLibObjects.h"
@@ -263,6 +265,18 @@ void TDboDesign::BuildFromCache(TDboCache& cache) {
 }
 
 void TDboDesign::Save() {
+    try {
+        WriteFile();
+    } catch (...) {
+        // The storage writes what it holds when it is let go; the half-written file goes after it.
+        Storage.reset();
+        std::error_code ec;
+        std::filesystem::remove(FileName, ec);
+        throw;
+    }
+}
+
+void TDboDesign::WriteFile() {
     const bool library = Lib->IsLibrary();
     CreateRootStorage(FileName, Storage);
     TDboIStorage& root = *Storage;

@@ -48,6 +48,8 @@ public:
 
     void GetLibPath(std::string& path) const override;
     bool Load(bool headerOnly) override;
+    // Writes the file anew; when that fails, the half-written file is removed and the failure
+    // passed on.
     void Save() override;
     bool IsValid() const override;
     // Into LogSection ("Load Messages"), when there is one.
@@ -75,6 +77,7 @@ private:
     void ReportRepeats(const TRepeatedNames& repeated, const std::string& directory);
     void Report(int& steps, int newSteps);
     void WriteLibraryDirectories();
+    void WriteFile();
 };
 
 // Orders texts as people read numbered names: "PAGE2" before "PAGE10", case ignored.

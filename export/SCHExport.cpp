@@ -694,18 +694,6 @@ void TSCHCommonExporter::ExportFonts(dbo::TDboFontList& fontList) {
 
 // ----- Library files ----------------------------------------------------------------------------
 
-void SaveOrRemove(dbo::TDboDesign& design) {
-    try {
-        design.Save();
-    } catch (...) {
-        // The storage writes what it holds when it is let go; the half file goes after it.
-        design.Storage.reset();
-        std::error_code ec;
-        std::filesystem::remove(design.FileName, ec);
-        throw;
-    }
-}
-
 void ExportLibrary(host::IHostApplication& host, host::ISch_Lib* library, const std::string& fileName,
                    uint32_t version, std::string& results) {
     importer::FontTableManager().Clear();
@@ -717,7 +705,7 @@ void ExportLibrary(host::IHostApplication& host, host::ISch_Lib* library, const 
     results += "ExportedComponentCount=" + std::to_string(exporter.ComponentNames.size());
     for (size_t i = 0; i < exporter.ComponentNames.size(); ++i)
         results += " | LibReference_" + std::to_string(i) + "=" + exporter.ComponentNames[i];
-    SaveOrRemove(design);
+    design.Save();
 }
 
 }  // namespace orcadx::exporter

@@ -125,10 +125,6 @@ protected:
                                                 bool doubled);
 };
 
-// Saves the design to its file; when the save fails half way, the file is removed before the
-// exception goes on, so that a failed export leaves no file behind.
-void SaveOrRemove(dbo::TDboDesign& design);
-
 // Writes the host library as a Capture library file of the given version. `results` gets, behind
 // " | " when it isn't empty, "ExportedComponentCount=" with the number of components and symbols
 // exported, then " | LibReference_<i>=<name>" for each. Failures are exceptions, and then no file

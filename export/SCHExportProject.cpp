@@ -144,7 +144,7 @@ void ExportProject(host::IHostApplication& host, host::IProject* project, const 
         TSCHProjectExporter exporter(host, &design, project);
         exporter.RunExport();
     }
-    SaveOrRemove(design);
+    design.Save();
 }
 
 }  // namespace orcadx::exporter
