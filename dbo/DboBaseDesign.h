@@ -39,6 +39,7 @@ public:
         return p;
     }
     int AddString(const std::string& text) { return Lib->AddString(text); }
+    int AddExactString(const std::string& text) { return Lib->AddExactString(text); }
     std::string GetString(int index) const { return Lib->GetString(index); }
 };
 

@@ -69,6 +69,8 @@ int TDboBaseLib::GetIndex(const std::string& text) const {
 void TDboBaseLib::StringsChanged() const {
     stringIndex_.Clear();
     indexedStrings_ = 0;
+    exactIndex_.Clear();
+    exactIndexed_ = 0;
 }
 
 int TDboBaseLib::AddString(const std::string& text) {
@@ -78,6 +80,19 @@ int TDboBaseLib::AddString(const std::string& text) {
     if (b == e) return 0;
     int idx = GetIndex(text);
     if (idx >= 0) return idx;
+    Strings.push_back(text);
+    return static_cast<int>(Strings.size()) - 1;
+}
+
+int TDboBaseLib::AddExactString(const std::string& text) {
+    const int found = AddString(text);
+    if (found == 0 || GetString(found) == text) return found;
+    // Another entry that differs only in case took the look-up; the text needs its own.
+    if (Strings.size() < exactIndexed_) StringsChanged();
+    auto nameOf = [&](uint32_t i) { return i < Strings.size() ? std::string_view(Strings[i]) : std::string_view(); };
+    for (; exactIndexed_ < Strings.size(); ++exactIndexed_) exactIndex_.Add(static_cast<uint32_t>(exactIndexed_), nameOf);
+    const int64_t exact = exactIndex_.Find(text, nameOf);
+    if (exact >= 0) return static_cast<int>(exact);
     Strings.push_back(text);
     return static_cast<int>(Strings.size()) - 1;
 }

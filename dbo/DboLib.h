@@ -61,7 +61,7 @@ public:
     // The first entry equal to `text`, case ignored; -1 if none. Through a hash index that takes in
     // the entries appended since the last call.
     virtual int GetIndex(const std::string& text) const;
-    // Drops the index of Strings, after a change other than appending.
+    // Drops the indexes of Strings, after a change other than appending.
     void StringsChanged() const;
     std::string GetString(int index) const {
         std::string s;
@@ -69,11 +69,18 @@ public:
         return s;
     }
     int AddString(const std::string& text);
+    // The index of an entry that reads exactly `text`, case and all: the entry AddString finds when
+    // it matches to the letter, else the first entry equal to it, else a new one; blank text gives
+    // 0. For texts moved between records, which a look-up that ignores case would change ("1M"
+    // stored after "1m" would read back as "1m").
+    int AddExactString(const std::string& text);
     TDboLibAlias* AddAlias(const std::string& part, const std::string& alias);
 
 private:
     mutable platform::NameIndex<true> stringIndex_;
     mutable size_t indexedStrings_ = 0;  // entries of Strings in the index
+    mutable platform::NameIndex<false> exactIndex_;  // the same, case kept
+    mutable size_t exactIndexed_ = 0;
 };
 
 extern const char kDesignIdentifier[32];

@@ -255,12 +255,12 @@ void TProcessHierarchy::MergeProperties(dbo::TDboBaseObject* object,
                 }
             AddExactProp(*object, name, last);
             if (name == "Value")
-                if (auto* part = dynamic_cast<dbo::TDboPart*>(object)) part->ValueIdx = ExactStringIndex(*part->Design, last);
+                if (auto* part = dynamic_cast<dbo::TDboPart*>(object)) part->ValueIdx = part->Design->AddExactString(last);
         } else {
             // Every occurrence states its own value.
             for (dbo::TDboHierarchyObject* record : records)
                 if (!PropertyOf(*record, name))
-                record->Props.AddProperty(name, fallback)->ValueIdx = ExactStringIndex(*record->Design, fallback);
+                record->Props.AddProperty(name, fallback)->ValueIdx = record->Design->AddExactString(fallback);
         }
     }
 }
@@ -398,7 +398,7 @@ void TProcessHierarchy::GatherOwn(dbo::TDboHierarchyRecord* record, TRecordHolde
     if (!part) return;
     if (const dbo::TDboPropNameVal* value = PropertyOf(*record, "Value")) {
         std::string name = holder.UniqueName + "_Value";
-        part->ValueIdx = ExactStringIndex(*part->Design, "=" + name);
+        part->ValueIdx = part->Design->AddExactString("=" + name);
         own.emplace_back(name, ValueOf(*record, *value));
         RemoveProperty(*record, "Value");
     }

@@ -156,6 +156,19 @@ TEST(LibraryStream, StringList) {
     EXPECT_EQ(lib.Strings[0], "");
     EXPECT_EQ(lib.GetString(999), "");
     EXPECT_EQ(lib.GetIndex("nope"), -1);
+    // Exact entries: the shared entry when it matches to the letter, else one of the text's own,
+    // found again on later calls, also after the list is read anew.
+    EXPECT_EQ(lib.AddExactString("Value"), a);
+    EXPECT_EQ(lib.AddExactString("  "), 0);
+    const int upper = lib.AddExactString("VALUE");
+    EXPECT_NE(upper, a);
+    EXPECT_EQ(lib.Strings[upper], "VALUE");
+    EXPECT_EQ(lib.AddExactString("VALUE"), upper);
+    EXPECT_EQ(lib.AddString("VALUE"), a);
+    lib.Strings.assign({"", "x", "Y", "y"});
+    lib.StringsChanged();
+    EXPECT_EQ(lib.AddExactString("y"), 3);
+    EXPECT_EQ(lib.AddExactString("VALUE"), 4);
 }
 
 TEST(LibraryStream, LayoutByVersion) {

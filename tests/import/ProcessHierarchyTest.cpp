@@ -165,7 +165,7 @@ protected:
         record->SearchIndex = key;
         record->PartReference = reference;
         // As in a Capture file, each value reads exactly as it was written.
-        for (auto& [n, v] : props) record->Props.AddProperty(n, v)->ValueIdx = importer::ExactStringIndex(design, v);
+        for (auto& [n, v] : props) record->Props.AddProperty(n, v)->ValueIdx = design.AddExactString(v);
         auto* raw = record.get();
         (parent ? parent->Records : hierarchy->Records).Add(std::move(record));
         return raw;
@@ -175,7 +175,7 @@ protected:
         int key, std::vector<std::pair<std::string, std::string>> props = {}) {
         auto record = Make<dbo::TDboHierarchyTitleBlock>(&design);
         record->SearchIndex = key;
-        for (auto& [n, v] : props) record->Props.AddProperty(n, v)->ValueIdx = importer::ExactStringIndex(design, v);
+        for (auto& [n, v] : props) record->Props.AddProperty(n, v)->ValueIdx = design.AddExactString(v);
         return record;
     }
 
@@ -242,7 +242,7 @@ TEST_F(HierarchyTest, AnnotatedSectionsBecomeThePartsOwn) {
     // the section's name), while the placed part keeps the section it was drawn with.
     dbo::TDboPage* child = Page("CHILD");
     auto section = [&](dbo::TDboHierarchyRecord* record, const std::string& name) {
-        record->PartIDIndex = static_cast<uint16_t>(importer::ExactStringIndex(design, name));
+        record->PartIDIndex = static_cast<uint16_t>(design.AddExactString(name));
     };
     dbo::TDboPart* c = Part(*root, "U7", 10);
     c->PartNo = 1;
