@@ -245,17 +245,7 @@ SchServer::ClosedLibrary* SchServer::DetachedLibraryOf(const std::string& path) 
     if (!FileStat(normal, time, size)) return nullptr;
     std::unique_ptr<ObjectCore> document = LoadDetached(path);
     if (!document || document->Kind() != eSchLib) return nullptr;
-    // The kept copy is the server's own: it doesn't count among the objects that callers hold.
-    SetLive(*this, document.get(), false);
-    auto library = std::make_unique<ClosedLibrary>();
-    library->Path = normal;
-    library->Time = time;
-    library->Size = size;
-    library->Document = std::move(document);
-    library->AsRead = true;
-    closed_.insert(closed_.begin(), std::move(library));
-    if (closed_.size() > kClosedLibraries) closed_.pop_back();
-    return closed_.front().get();
+    return Keep(std::move(document), normal, time, size, true);
 }
 
 void SchServer::KeepClosedLibrary(std::unique_ptr<ObjectCore> document, const std::string& path,
@@ -264,14 +254,22 @@ void SchServer::KeepClosedLibrary(std::unique_ptr<ObjectCore> document, const st
     const std::string normal = NormalizePath(path);
     std::erase_if(closed_, [&](const auto& c) { return c->Path == normal; });
     document->ForgetSessionState();
+    Keep(std::move(document), normal, time, size, false);
+}
+
+SchServer::ClosedLibrary* SchServer::Keep(std::unique_ptr<ObjectCore> document, const std::string& normal,
+                                          std::filesystem::file_time_type time, uintmax_t size, bool asRead) {
+    // The kept copy is the server's own: it doesn't count among the objects that callers hold.
     SetLive(*this, document.get(), false);
     auto library = std::make_unique<ClosedLibrary>();
     library->Path = normal;
     library->Time = time;
     library->Size = size;
     library->Document = std::move(document);
+    library->AsRead = asRead;
     closed_.insert(closed_.begin(), std::move(library));
     if (closed_.size() > kClosedLibraries) closed_.pop_back();
+    return closed_.front().get();
 }
 
 std::unique_ptr<ObjectCore> SchServer::TakeClosedLibrary(const std::string& path) {

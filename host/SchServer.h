@@ -133,6 +133,10 @@ private:
     };
     static constexpr size_t kClosedLibraries = 2;
     ClosedLibrary* DetachedLibraryOf(const std::string& path);
+    // Keeps `document`, the library of the normalised path, first among the kept ones; the oldest
+    // goes when there are too many.
+    ClosedLibrary* Keep(std::unique_ptr<ObjectCore> document, const std::string& normal,
+                        std::filesystem::file_time_type time, uintmax_t size, bool asRead);
     // The kept library of a normalised path whose file is still the one kept, else null (a stale
     // one is dropped).
     std::vector<std::unique_ptr<ClosedLibrary>>::iterator FindClosed(const std::string& normal);
